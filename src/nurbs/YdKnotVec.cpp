@@ -1,0 +1,409 @@
+#include "YdNurbsLib/nurbs/YdKnotVec.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+
+namespace {
+
+// Two knots closer than this are the same knot when vectors are merged.
+constexpr double kMergeTol = 1e-7;
+
+// True when a knot count can be held and reported through the int interface.
+bool CountFits(long long count) {
+    return count >= 0 && count <= static_cast<long long>(INT_MAX);
+}
+
+// Mean of params[first..last], both ends included; the caller keeps the range valid.
+double MeanOf(const std::vector<double>& params, int first, int last) {
+    double sum = 0.0;
+    for (int i = first; i <= last; ++i) {
+        sum += params[static_cast<std::size_t>(i)];
+    }
+    return sum / static_cast<double>(last - first + 1);
+}
+
+// Mean of the `count` values starting at values[first].
+double AverageRun(const std::vector<double>& values, int first, int count) {
+    double sum = 0.0;
+    for (int i = first; i < first + count; ++i) {
+        sum += values[static_cast<std::size_t>(i)];
+    }
+    return sum / static_cast<double>(count);
+}
+
+}  // namespace
+
+YdKnotVec::YdKnotVec() = default;
+
+YdKnotVec::YdKnotVec(const YdKnotVec& other) = default;
+
+YdKnotVec& YdKnotVec::operator=(const YdKnotVec& other) {
+    if (this != &other) {
+        m_knots = other.m_knots;
+    }
+    return *this;
+}
+
+YdKnotVec::~YdKnotVec() = default;
+
+void YdKnotVec::SetKnots(const std::vector<double>& knots) {
+    if (&knots != &m_knots) {
+        m_knots = knots;
+    }
+}
+
+void YdKnotVec::AllocateMemory(int n) {
+    m_knots.clear();
+    if (n > 0) {
+        m_knots.resize(static_cast<std::size_t>(n), 0.0);
+    }
+}
+
+void YdKnotVec::AddKnot(double u) {
+    m_knots.push_back(u);
+}
+
+void YdKnotVec::InsertAfter(int i, double u) {
+    // Positions outside the vector are clamped so that a bad index never writes out of range.
+    long long pos = static_cast<long long>(i) + 1;
+    pos = std::max(0LL, std::min(pos, static_cast<long long>(m_knots.size())));
+    m_knots.insert(m_knots.begin() + static_cast<std::ptrdiff_t>(pos), u);
+}
+
+int YdKnotVec::FindSpan(int degree, double u) const {
+    const int count = GetCount();
+    if (degree < 0 || static_cast<long long>(count) < 2LL * (static_cast<long long>(degree) + 1)) {
+        // Too short to hold a single span of this degree: the search below would read outside
+        // the vector. Answer the degree clamped into the vector instead.
+        if (count == 0 || degree < 0) {
+            return 0;
+        }
+        return std::min(degree, count - 1);
+    }
+
+    const double* knots = m_knots.data();
+    int low = degree;
+    int high = count - degree - 1;
+    int mid = (low + high) / 2;
+
+    // Exact comparison on purpose: the end parameter of the curve belongs to the last
+    // non-empty span, not to the empty span after it.
+    if (u == knots[high]) {
+        return high - 1;
+    }
+
+    for (;;) {
+        if (knots[mid] <= u && u < knots[mid + 1]) {
+            break;
+        }
+        if (knots[mid] <= u) {
+            low = mid;
+        } else {
+            high = mid;
+        }
+        const int next = (low + high) / 2;
+        // An unchanged midpoint is what ends the search for u outside the knot range (and for
+        // a NaN): below the range the answer is the first span, above it the last.
+        if (next == mid) {
+            break;
+        }
+        mid = next;
+    }
+    return mid;
+}
+
+void YdKnotVec::Merge(const YdKnotVec& other, int degree) {
+    // Set difference over the two sorted sequences with a tolerant order: a precedes b when
+    // a < b - 1e-7. Multiplicities count, so a double knot there matched by a single knot
+    // here leaves one copy to insert.
+    const std::vector<double>& theirs = other.m_knots;
+    std::vector<double> kept;
+    std::size_t o = 0;
+    std::size_t t = 0;
+    while (o < theirs.size()) {
+        if (t >= m_knots.size()) {
+            kept.insert(kept.end(), theirs.begin() + static_cast<std::ptrdiff_t>(o), theirs.end());
+            break;
+        }
+        if (theirs[o] < m_knots[t] - kMergeTol) {
+            kept.push_back(theirs[o]);
+            ++o;
+        } else {
+            if (!(m_knots[t] < theirs[o] - kMergeTol)) {
+                ++o;
+            }
+            ++t;
+        }
+    }
+
+    for (double u : kept) {
+        const int count = GetCount();
+        std::size_t pos = 0;
+        if (degree >= 0 &&
+            static_cast<long long>(count) >= 2LL * (static_cast<long long>(degree) + 1)) {
+            pos = static_cast<std::size_t>(FindSpan(degree, u)) + 1;
+        } else {
+            // No span structure yet: keep the vector sorted, after knots equal to u.
+            pos = static_cast<std::size_t>(std::upper_bound(m_knots.begin(), m_knots.end(), u) -
+                                           m_knots.begin());
+        }
+        m_knots.insert(m_knots.begin() + static_cast<std::ptrdiff_t>(pos), u);
+    }
+}
+
+void YdKnotVec::Normalize() {
+    if (m_knots.empty()) {
+        return;
+    }
+    const double a = m_knots.front();
+    const double b = m_knots.back();
+    if (b - a == 0.0) {
+        // A zero-length range has no linear map onto [0, 1]; the knots stay as they are.
+        return;
+    }
+    const double s = 1.0 / (b - a);
+    for (double& k : m_knots) {
+        // Written as s * k - a * s so that results match the host bit for bit.
+        k = s * k - a * s;
+    }
+}
+
+void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bool closed) {
+    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int p = degree;
+    if (m < 1 || p < 1) {
+        m_knots.clear();
+        return;
+    }
+    const double front = params.front();
+    const double back = params[static_cast<std::size_t>(m - 1)];
+
+    if (!closed) {
+        const long long size = static_cast<long long>(m) + p + 1;
+        if (!CountFits(size)) {
+            m_knots.clear();
+            return;
+        }
+        m_knots.resize(static_cast<std::size_t>(size));
+        double* U = m_knots.data();
+        for (int i = 0; i <= p; ++i) {
+            U[i] = front;
+            U[m + i] = back;
+        }
+        for (int i = 1; i <= m - p - 1; ++i) {
+            U[i + p] = AverageRun(params, i, p);
+        }
+        return;
+    }
+
+    // Closed: the interior knots are the parameters themselves and the vector stays clamped,
+    // so a closed curve has m + p - 1 control points.
+    const long long size = static_cast<long long>(m) + 2LL * p;
+    if (!CountFits(size)) {
+        m_knots.clear();
+        return;
+    }
+    m_knots.resize(static_cast<std::size_t>(size));
+    double* U = m_knots.data();
+    for (int i = 0; i <= p; ++i) {
+        U[i] = front;
+        U[m + 2 * p - 1 - i] = back;
+    }
+    for (int i = 1; i <= m - 2; ++i) {
+        U[i + p] = params[static_cast<std::size_t>(i)];
+    }
+}
+
+void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
+                               std::vector<int>& derivIndices) {
+    if (derivIndices.empty()) {
+        // No constraint at all: the plain open interpolation knots.
+        InterpolateFix(params, degree, false);
+        return;
+    }
+    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int p = degree;
+    const long long k = static_cast<long long>(derivIndices.size());
+    const long long size = static_cast<long long>(m) + k + p + 1;
+    if (m < 1 || p < 1 || !CountFits(size)) {
+        m_knots.clear();
+        return;
+    }
+    const double front = params.front();
+    const double back = params[static_cast<std::size_t>(m - 1)];
+    const int kk = static_cast<int>(k);
+
+    m_knots.resize(static_cast<std::size_t>(size));
+    double* U = m_knots.data();
+    if (kk > 2) {
+        // Not a valid request; the slots the rules below leave unwritten get the back value so
+        // the vector stays non-decreasing.
+        std::fill(m_knots.begin(), m_knots.end(), back);
+    }
+    for (int i = 0; i <= p; ++i) {
+        U[i] = front;
+        U[m + kk + i] = back;
+    }
+    if (kk == 2) {
+        for (int i = 0; i <= m - p; ++i) {
+            U[i + p + 1] = AverageRun(params, i, p);
+        }
+    } else if (derivIndices[0] != 0) {
+        for (int i = 1; i <= m - p; ++i) {
+            U[i + p] = AverageRun(params, i, p);
+        }
+    } else {
+        for (int i = 0; i <= m - p - 1; ++i) {
+            U[i + p + 1] = AverageRun(params, i, p);
+        }
+    }
+}
+
+void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnts, int degree) {
+    const int n = numCtrlPnts;
+    const int p = degree;
+    const long long size = static_cast<long long>(n) + p + 1;
+    m_knots.clear();
+    if (n < 1 || p < 1 || !CountFits(size)) {
+        return;
+    }
+    m_knots.resize(static_cast<std::size_t>(size));
+    double* U = m_knots.data();
+    for (int i = 0; i <= p; ++i) {
+        U[i] = 0.0;
+        U[n + i] = 1.0;
+    }
+
+    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    if (m < 1) {
+        // No parameters to place interior knots from: they stay 0.0.
+        return;
+    }
+
+    // Group the m parameters into n groups by rounding a running position.
+    std::vector<double> g(static_cast<std::size_t>(n));
+    const double d = static_cast<double>(m) / static_cast<double>(n);
+    double x = -1.0;
+    int prev = 0;
+    for (int j = 0; j < n; ++j) {
+        x += d;
+        const int k = static_cast<int>(x + 0.5);
+        // With m >= n the group [prev, k] is always inside the parameters; with fewer
+        // parameters than groups it is clamped into range.
+        const int first = std::min(prev, m - 1);
+        const int last = std::max(first, std::min(k, m - 1));
+        g[static_cast<std::size_t>(j)] = MeanOf(params, first, last);
+        prev = k + 1;
+    }
+
+    for (int i = 1; i <= n - p - 1; ++i) {
+        // Clamped into [0, 1]: the knot range is [0, 1] whatever the parameters' range, and
+        // parameters inside [0, 1] are never moved by this.
+        const double knot = AverageRun(g, i, p);
+        U[i + p] = std::min(1.0, std::max(0.0, knot));
+    }
+}
+
+void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
+                          const std::vector<int>& derivIndices) {
+    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int p = degree;
+    const long long kLong = static_cast<long long>(derivIndices.size());
+    const long long size = static_cast<long long>(m) + kLong + p + 1;
+    m_knots.clear();
+    if (m < 2 || p < 0 || !CountFits(size)) {
+        return;
+    }
+    const int k = static_cast<int>(kLong);
+    const int order = p + 1;
+    const int half = order / 2;
+    const int e = m + k;
+    const int startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
+    const int endMult = (k > 0 && derivIndices[static_cast<std::size_t>(k - 1)] == m - 1) ? 2 : 1;
+    const double front = params.front();
+    const double back = params[static_cast<std::size_t>(m - 1)];
+    const auto P = [&params](int i) { return params[static_cast<std::size_t>(i)]; };
+
+    m_knots.assign(static_cast<std::size_t>(size), 0.0);
+    double* U = m_knots.data();
+    // Interior writes are bounded by the vector: degenerate requests (unsorted or repeated
+    // constraint indices) could otherwise run past its end.
+    int w = 0;
+    const auto put = [&](double value) {
+        if (w < static_cast<int>(size)) {
+            U[w] = value;
+        }
+        ++w;
+    };
+    // A constrained point doubles the knot that follows it. The cursor stops at the end of the
+    // constraint list.
+    int c = 0;
+    const auto doubleForConstraints = [&](int j) {
+        while (c < k && derivIndices[static_cast<std::size_t>(c)] == j) {
+            ++w;
+            if (w < static_cast<int>(size)) {
+                U[w] = U[w - 1];
+            }
+            ++c;
+        }
+    };
+
+    for (int i = 0; i < order; ++i) {
+        put(front);
+    }
+    const int a = std::max(0, half - startMult);
+    const int b = std::max(0, half - endMult);
+
+    if (order % 2 == 1) {
+        if (startMult > 1) {
+            ++c;
+        }
+        if (startMult - half > 0) {
+            const int cnt = startMult - half;
+            const double step = (P(1) - front) / static_cast<double>(cnt + 1);
+            for (int i = 1; i <= cnt; ++i) {
+                put(front + static_cast<double>(i) * step);
+            }
+        }
+        for (int j = startMult + a; j < m - endMult - b; ++j) {
+            put(0.5 * (P(j) + P(j + 1)));
+            --w;
+            doubleForConstraints(j);
+            ++w;
+        }
+        if (endMult - half > 0) {
+            const int cnt = endMult - half;
+            const double step = (back - P(m - 2)) / static_cast<double>(cnt + 1);
+            for (int i = 1; i <= cnt; ++i) {
+                put(P(m - 2) + static_cast<double>(i) * step);
+            }
+        }
+    } else {
+        double s1 = 0.5 * (P(1) + front);
+        double s2 = 0.5 * (P(m - 2) + back);
+        if (s1 == s2) {
+            s1 = (P(1) + 2.0 * front) / 3.0;
+            s2 = (P(m - 2) + 2.0 * back) / 3.0;
+        }
+        if (startMult > 1) {
+            ++c;
+        }
+        for (int i = 0; i < startMult - half; ++i) {
+            put(s1);
+        }
+        for (int j = a + 1; j < m - 1 - b; ++j) {
+            put(P(j));
+            --w;
+            doubleForConstraints(j);
+            ++w;
+        }
+        for (int i = 0; i < endMult - half; ++i) {
+            put(s2);
+        }
+    }
+
+    for (int i = 0; i < order; ++i) {
+        U[e + i] = back;
+    }
+}
