@@ -29,8 +29,10 @@ class YDNURBSLIB_EXPORT YdNurbsHelper {
     /// the last non-empty span. Derivatives above the degree are not produced, so ders has
     /// exactly min(numDerivs, degree) + 1 rows of degree + 1 entries. No denominator is
     /// guarded: a knot vector with a zero-length span where a division needs a positive one
-    /// yields non-finite values, which are passed on. Allocates ders by design; curve
-    /// evaluation uses an allocation-free kernel with the same arithmetic.
+    /// yields non-finite values, which are passed on. Guarded, never out of range: a negative
+    /// degree gives no rows and span 0; a knot vector with fewer than 2 (degree + 1) knots
+    /// gives span = degree and rows of zeros; a negative numDerivs counts as 0. Allocates ders
+    /// by design; curve evaluation uses an allocation-free kernel with the same arithmetic.
     static void GetBasisFunctionValue(const YdKnotVec& knots, int degree, int numDerivs, double u,
                                       std::vector<std::vector<double>>& ders, int& span);
 
@@ -50,8 +52,10 @@ class YDNURBSLIB_EXPORT YdNurbsHelper {
     /// place (the caller keeps ownership). Knots within 1e-7 count as equal; existing
     /// multiplicities are not raised and knots at 0 or 1 are not inserted. True when done or
     /// when there is nothing to do (fewer than two curves); false, before anything changes,
-    /// when the degrees differ (degree elevation is not part of the library). Null entries:
-    /// false, nothing changed.
+    /// when the degrees differ (degree elevation is not part of the library). Also false,
+    /// nothing changed, for a null entry or a malformed curve (a knot count other than control
+    /// points + degree + 1, fewer than 2 (p + 1) knots, a negative degree); a list of fewer
+    /// than two entries is true whatever it holds.
     static bool MakeCurvesCompatible(const std::vector<YdBSplineCurve*>& curves);
 
     /// Always false and touches nothing: the library has no surface class; the member exists
