@@ -1,0 +1,1018 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <new>
+#include <random>
+#include <vector>
+
+#include "YdNurbsLib/curve/YdBSplineCurve.h"
+#include "YdNurbsLib/geometry/YdFrame.h"
+#include "YdNurbsLib/geometry/YdPoint.h"
+#include "YdNurbsLib/geometry/YdVector.h"
+#include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestSupport.h"
+
+// Point inversion and curvature sit on hot paths: this program counts heap allocations
+// through replaced global allocation functions to show that they make none.
+namespace {
+
+std::atomic<long> g_heapAllocations{0};
+
+void* CountingMalloc(std::size_t n) {
+    g_heapAllocations.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(n == 0 ? 1 : n)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+void* CountingAlignedMalloc(std::size_t n, std::align_val_t al) {
+    g_heapAllocations.fetch_add(1, std::memory_order_relaxed);
+    const std::size_t a = static_cast<std::size_t>(al);
+    if (void* p = std::aligned_alloc(a, (n + a - 1) / a * a)) {
+        return p;
+    }
+    throw std::bad_alloc();
+}
+
+}  // namespace
+
+void* operator new(std::size_t n) {
+    return CountingMalloc(n);
+}
+void* operator new[](std::size_t n) {
+    return CountingMalloc(n);
+}
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
+    try {
+        return CountingMalloc(n);
+    } catch (...) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
+    try {
+        return CountingMalloc(n);
+    } catch (...) {
+        return nullptr;
+    }
+}
+void* operator new(std::size_t n, std::align_val_t al) {
+    return CountingAlignedMalloc(n, al);
+}
+void* operator new[](std::size_t n, std::align_val_t al) {
+    return CountingAlignedMalloc(n, al);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
+    std::free(p);
+}
+
+struct YdBSplineCurveTestAccess {
+    static void DetermineUInitial(const YdBSplineCurve& c, const YdPoint& P,
+                                  std::vector<double>& starts) {
+        c.DetermineUInitial(P, starts);
+    }
+};
+
+namespace {
+
+using ydtest::PointsNear;
+using ydtest::VectorsNear;
+
+constexpr double kPi = 3.14159265358979323846;
+
+// A clamped curve on [0, 1] with the given interior knots.
+YdBSplineCurve MakeCurve(const std::vector<YdPoint>& ctrl, const std::vector<double>& interior,
+                         int degree, bool closed = false) {
+    std::vector<double> k(static_cast<std::size_t>(degree) + 1, 0.0);
+    k.insert(k.end(), interior.begin(), interior.end());
+    k.insert(k.end(), static_cast<std::size_t>(degree) + 1, 1.0);
+    YdKnotVec kv;
+    kv.SetKnots(k);
+    return YdBSplineCurve(kv, ctrl, degree, closed);
+}
+
+// A cubic with n control points on a random walk and random interior knots.
+YdBSplineCurve RandomCubic(std::mt19937& rng, int n) {
+    std::uniform_real_distribution<double> step(-3.0, 3.0);
+    std::uniform_real_distribution<double> unit(0.02, 0.98);
+    std::vector<YdPoint> ctrl;
+    YdPoint p(0.0, 0.0, 0.0);
+    for (int i = 0; i < n; ++i) {
+        p = YdPoint(p[0] + 2.0 + step(rng), p[1] + step(rng), p[2] + 0.5 * step(rng));
+        ctrl.push_back(p);
+    }
+    std::vector<double> interior;
+    for (int i = 0; i < n - 4; ++i) {
+        interior.push_back(unit(rng));
+    }
+    std::sort(interior.begin(), interior.end());
+    return MakeCurve(ctrl, interior, 3);
+}
+
+// An interpolated curve through samples of a random low-frequency space path over about 20
+// length units: the kind of curve a tool path gives (gently bent, radius of curvature of a few
+// units and more).
+std::unique_ptr<YdBSplineCurve> SmoothCurve(std::mt19937& rng, int samples) {
+    std::uniform_real_distribution<double> amp(-1.0, 1.0);
+    std::uniform_real_distribution<double> phase(0.0, 2.0 * kPi);
+    const double ax = amp(rng);
+    const double ay = 1.5 * amp(rng);
+    const double by = 0.5 * amp(rng);
+    const double az = amp(rng);
+    const double px = phase(rng);
+    const double py = phase(rng);
+    const double qy = phase(rng);
+    const double pz = phase(rng);
+    std::vector<YdPoint> pts;
+    for (int i = 0; i < samples; ++i) {
+        const double t = static_cast<double>(i) / (samples - 1);
+        const double w = 2.0 * kPi * t;
+        pts.emplace_back(20.0 * t + ax * std::sin(w + px),
+                         ay * std::sin(w + py) + by * std::sin(2.0 * w + qy),
+                         az * std::sin(w + pz));
+    }
+    return std::unique_ptr<YdBSplineCurve>(YdBSplineCurve::CreateInterpolateCurve(pts, false));
+}
+
+// Control points of a straight cubic: unevenly spaced on one line, so the speed varies.
+YdBSplineCurve StraightCubic() {
+    const YdVector dir(1.0, 2.0, -2.0);
+    const std::vector<double> at = {0.0, 0.3, 1.5, 2.0, 4.0, 4.2};
+    std::vector<YdPoint> ctrl;
+    for (double t : at) {
+        ctrl.push_back(YdPoint(1.0, -1.0, 0.5) + dir * t);
+    }
+    return MakeCurve(ctrl, {0.3, 0.55}, 3);
+}
+
+std::vector<YdPoint> CirclePoints(double R, int count) {
+    std::vector<YdPoint> pts;
+    for (int i = 0; i < count; ++i) {
+        const double t = 2.0 * kPi * i / count;
+        pts.emplace_back(R * std::cos(t), R * std::sin(t), 0.0);
+    }
+    return pts;
+}
+
+double Distance(const YdPoint& a, const YdPoint& b) {
+    return (a - b).Magnitude();
+}
+
+// The nearest curve parameter by dense sampling, refined by golden-section search.
+double BruteForceNearest(const YdBSplineCurve& c, const YdPoint& P, double& uBest) {
+    const int samples = 20000;
+    double best = std::numeric_limits<double>::infinity();
+    uBest = 0.0;
+    for (int i = 0; i <= samples; ++i) {
+        const double u = static_cast<double>(i) / samples;
+        const double d = Distance(c.Evaluate(u), P);
+        if (d < best) {
+            best = d;
+            uBest = u;
+        }
+    }
+    double lo = std::max(0.0, uBest - 1.0 / samples);
+    double hi = std::min(1.0, uBest + 1.0 / samples);
+    const double g = 0.5 * (std::sqrt(5.0) - 1.0);
+    for (int it = 0; it < 80; ++it) {
+        const double m1 = hi - g * (hi - lo);
+        const double m2 = lo + g * (hi - lo);
+        if (Distance(c.Evaluate(m1), P) < Distance(c.Evaluate(m2), P)) {
+            hi = m2;
+        } else {
+            lo = m1;
+        }
+    }
+    const double u = 0.5 * (lo + hi);
+    const double d = Distance(c.Evaluate(u), P);
+    if (d < best) {
+        best = d;
+        uBest = u;
+    }
+    return best;
+}
+
+// First and second derivatives by central differences of the curve points.
+void CentralDifferences(const YdBSplineCurve& c, double u, double h, YdVector& d1, YdVector& d2) {
+    const YdPoint a = c.Evaluate(u - h);
+    const YdPoint m = c.Evaluate(u);
+    const YdPoint b = c.Evaluate(u + h);
+    d1 = (b - a) * (1.0 / (2.0 * h));
+    d2 = ((b - m) - (m - a)) * (1.0 / (h * h));
+}
+
+bool NearAKnot(const YdBSplineCurve& c, double u, double gap) {
+    for (double k : c.KnotVec().GetKnots()) {
+        if (std::fabs(k - u) < gap) {
+            return true;
+        }
+    }
+    return false;
+}
+
+class CircleCurve : public ::testing::Test {
+  protected:
+    static constexpr double kRadius = 10.0;
+    static constexpr int kPoints = 96;
+
+    void SetUp() override {
+        circle_.reset(YdBSplineCurve::CreateInterpolateCurve(CirclePoints(kRadius, kPoints), true));
+        ASSERT_NE(circle_, nullptr);
+        ASSERT_TRUE(circle_->IsClosed());
+        // How far the interpolant strays from the true circle: the yardstick of the checks.
+        maxRadialError_ = 0.0;
+        for (int i = 0; i <= 20000; ++i) {
+            const YdPoint p = circle_->Evaluate(i / 20000.0);
+            const double r = std::hypot(p[0], p[1]);
+            maxRadialError_ = std::max(maxRadialError_, std::fabs(r - kRadius) + std::fabs(p[2]));
+        }
+        ASSERT_LT(maxRadialError_, 1e-4) << "the interpolant should be a close circle";
+    }
+
+    std::unique_ptr<YdBSplineCurve> circle_;
+    double maxRadialError_ = 0.0;
+};
+
+// ------------------------------------------------------------------------------------------
+// Length
+
+TEST(CurveLength, SignedLengthOfReversedIntervalIsNegated) {
+    std::mt19937 rng(11);
+    const YdBSplineCurve c = RandomCubic(rng, 9);
+    const double a = 0.17;
+    const double b = 0.83;
+    const double forward = c.Length(a, b, true);
+    EXPECT_GT(forward, 0.0);
+    EXPECT_EQ(c.Length(b, a, true), -forward);
+}
+
+TEST(CurveLength, UnsignedLengthOfReversedIntervalIsTheSame) {
+    std::mt19937 rng(12);
+    const YdBSplineCurve c = RandomCubic(rng, 9);
+    EXPECT_EQ(c.Length(0.9, 0.05, false), c.Length(0.05, 0.9, false));
+    EXPECT_GT(c.Length(0.9, 0.05, false), 0.0);
+    // Romberg chords are lengths whichever way the interval runs.
+    EXPECT_NEAR(c.Length(0.9, 0.05, 1e-8), c.Length(0.05, 0.9, 1e-8),
+                1e-7 * c.Length(0.05, 0.9, 1e-8));
+    EXPECT_GT(c.Length(0.9, 0.05, 1e-8), 0.0);
+}
+
+TEST(CurveLength, EmptyIntervalHasZeroLength) {
+    std::mt19937 rng(13);
+    const YdBSplineCurve c = RandomCubic(rng, 7);
+    for (double u : {0.0, 0.4, 1.0}) {
+        EXPECT_EQ(c.Length(u, u, true), 0.0) << "at u = " << u;
+        EXPECT_EQ(c.Length(u, u, false), 0.0) << "at u = " << u;
+        EXPECT_EQ(c.Length(u, u, 1e-6), 0.0) << "at u = " << u;
+    }
+}
+
+TEST(CurveLength, GaussLengthOfStraightCubicEqualsChord) {
+    const YdBSplineCurve c = StraightCubic();
+    // Along a line the speed is a polynomial of degree 2 on each span, which the 4-point rule
+    // integrates exactly up to the 12-digit table.
+    for (const auto& ab : std::vector<std::pair<double, double>>{{0.0, 1.0}, {0.1, 0.7}}) {
+        const double chord = Distance(c.Evaluate(ab.first), c.Evaluate(ab.second));
+        EXPECT_NEAR(c.Length(ab.first, ab.second, true), chord, 1e-10 * chord)
+            << "on [" << ab.first << ", " << ab.second << "]";
+    }
+}
+
+TEST(CurveLength, RombergLengthOfStraightCubicIsChord) {
+    const YdBSplineCurve c = StraightCubic();
+    const double chord = Distance(c.Evaluate(0.0), c.Evaluate(1.0));
+    EXPECT_NEAR(c.Length(0.0, 1.0, 1e-6), chord, 1e-12 * chord);
+}
+
+TEST(CurveLength, RombergStopsAtFirstLevelWhenChordsAgree) {
+    // x runs evenly over [0, 3]; y = u (u - 0.5) (u - 1) vanishes at u = 0, 0.5 and 1. The
+    // first two levels see only those points, agree exactly and end the extrapolation, so the
+    // result is the chord although the curve is longer: nothing deeper was sampled.
+    const std::vector<YdPoint> ctrl = {YdPoint(0.0, 0.0, 0.0), YdPoint(1.0, 1.0 / 6.0, 0.0),
+                                       YdPoint(2.0, -1.0 / 6.0, 0.0), YdPoint(3.0, 0.0, 0.0)};
+    const YdBSplineCurve c = MakeCurve(ctrl, {}, 3);
+    ASSERT_EQ(c.Evaluate(0.5)[1], 0.0);
+    EXPECT_NEAR(c.Length(0.0, 1.0, 1e-6), 3.0, 1e-12);
+    EXPECT_GT(c.Length(0.0, 1.0, true), 3.0 + 1e-3);
+}
+
+TEST(CurveLength, RombergWithZeroToleranceEndsAfterLastLevel) {
+    std::mt19937 rng(14);
+    const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 14);
+    ASSERT_NE(curve, nullptr);
+    const YdBSplineCurve& c = *curve;
+    const double romberg = c.Length(0.0, 1.0, 0.0);
+    const double gauss = c.Length(0.0, 1.0, true);
+    ASSERT_TRUE(std::isfinite(romberg));
+    EXPECT_NEAR(romberg, gauss, 1e-8 * gauss);
+}
+
+TEST(CurveLength, GaussAndRombergAgreeOnSmoothCurves) {
+    std::mt19937 rng(15);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    for (int trial = 0; trial < 10; ++trial) {
+        const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 12 + 2 * trial);
+        ASSERT_NE(curve, nullptr);
+        const YdBSplineCurve& c = *curve;
+        double a = unit(rng);
+        double b = unit(rng);
+        if (a > b) {
+            std::swap(a, b);
+        }
+        const double gauss = c.Length(a, b, true);
+        const double romberg = c.Length(a, b, 1e-10);
+        EXPECT_NEAR(gauss, romberg, 1e-7 * gauss)
+            << "trial " << trial << " on [" << a << ", " << b << "]";
+    }
+}
+
+TEST(CurveLength, RombergMatchesDenseChordSumOnWildCurves) {
+    // Random control polygons make spans with sharp bends, where four Gauss points per span are
+    // only good to about 1e-3; the chords are not fooled by them.
+    std::mt19937 rng(17);
+    for (int trial = 0; trial < 4; ++trial) {
+        const YdBSplineCurve c = RandomCubic(rng, 6 + 2 * trial);
+        double dense = 0.0;
+        YdPoint prev = c.Evaluate(0.0);
+        const int chords = 200000;
+        for (int i = 1; i <= chords; ++i) {
+            const YdPoint next = c.Evaluate(static_cast<double>(i) / chords);
+            dense += Distance(prev, next);
+            prev = next;
+        }
+        EXPECT_NEAR(c.Length(0.0, 1.0, 1e-10), dense, 1e-8 * dense) << "trial " << trial;
+        EXPECT_NEAR(c.Length(0.0, 1.0, true), dense, 5e-3 * dense) << "trial " << trial;
+    }
+}
+
+TEST(CurveLength, LengthIsAdditiveOverAnInteriorPoint) {
+    std::mt19937 rng(16);
+    const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 15);
+    ASSERT_NE(curve, nullptr);
+    const YdBSplineCurve& c = *curve;
+    const double whole = c.Length(0.0, 1.0, true);
+    const double parts = c.Length(0.0, 0.37, true) + c.Length(0.37, 1.0, true);
+    EXPECT_NEAR(whole, parts, 1e-9 * whole);
+}
+
+TEST_F(CircleCurve, LengthIsCircumferenceWithinApproximationError) {
+    const double circumference = 2.0 * kPi * kRadius;
+    // A radial deviation e changes the length by at most about 2 pi e.
+    const double bound = 2.0 * kPi * maxRadialError_ * 1.5 + 1e-9;
+    EXPECT_NEAR(circle_->Length(0.0, 1.0, true), circumference, bound);
+    EXPECT_NEAR(circle_->Length(0.0, 1.0, 1e-10), circumference, bound);
+}
+
+TEST_F(CircleCurve, CurvatureIsInverseRadius) {
+    for (int i = 0; i < 200; ++i) {
+        const double u = (i + 0.5) / 200.0;
+        double k = 0.0;
+        ASSERT_TRUE(circle_->CalculateCurvature(u, k));
+        EXPECT_NEAR(k, 1.0 / kRadius, 2e-3 / kRadius) << "at u = " << u;
+        EXPECT_NEAR(circle_->CalcRadiusOfCurvature(u), kRadius, 2e-3 * kRadius) << "at u = " << u;
+    }
+}
+
+TEST_F(CircleCurve, FrenetFrameHasTangentBinormalAndInwardNormal) {
+    for (double u : {0.05, 0.3, 0.61, 0.9}) {
+        YdFrame f;
+        ASSERT_TRUE(circle_->FrenetFrame(u, f));
+        const YdPoint c = circle_->Evaluate(u);
+        EXPECT_TRUE(PointsNear(f.GetOrigin(), c, 0.0)) << "at u = " << u;
+        // Counter-clockwise in the xy plane: binormal +z, tangent along C', normal to the centre.
+        const double t = std::atan2(c[1], c[0]);
+        EXPECT_TRUE(VectorsNear(f.DirX(), YdVector(0.0, 0.0, 1.0), 1e-9)) << "at u = " << u;
+        EXPECT_TRUE(VectorsNear(f.DirY(), YdVector(-std::sin(t), std::cos(t), 0.0), 1e-4))
+            << "at u = " << u;
+        EXPECT_TRUE(VectorsNear(f.DirZ(), YdVector(-std::cos(t), -std::sin(t), 0.0), 1e-4))
+            << "at u = " << u;
+    }
+}
+
+TEST_F(CircleCurve, PointNearSeamIsFoundAcrossSeam) {
+    // Just before the seam (angle slightly below 2 pi) the nearest parameter is close to 1.
+    const double angle = -0.01;
+    const YdPoint P((kRadius + 0.5) * std::cos(angle), (kRadius + 0.5) * std::sin(angle), 0.0);
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(circle_->FindNearestPoint(P, u, q));
+    EXPECT_GT(u, 0.99);
+    EXPECT_LE(u, 1.0);
+    EXPECT_NEAR(Distance(P, q), 0.5, 1e-3);
+
+    // Started on the other side of the seam, the Newton step runs below 0 and wraps.
+    double u0 = 0.004;
+    ASSERT_TRUE(circle_->FindNearestPoint(P, u, q, &u0));
+    EXPECT_GT(u, 0.99) << "the parameter should wrap to the end of the range";
+    EXPECT_LE(u, 1.0);
+    EXPECT_NEAR(Distance(P, q), 0.5, 1e-3);
+}
+
+TEST_F(CircleCurve, OpenCopyClampsAtStartInsteadOfWrapping) {
+    const YdBSplineCurve open(circle_->KnotVec(), circle_->CtrlPoints(), circle_->Degree(), false);
+    const double angle = -0.01;
+    const YdPoint P((kRadius + 0.5) * std::cos(angle), (kRadius + 0.5) * std::sin(angle), 0.0);
+    double u0 = 0.004;
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(open.FindNearestPoint(P, u, q, &u0));
+    EXPECT_EQ(u, 0.0);
+}
+
+// ------------------------------------------------------------------------------------------
+// Start values and point inversion
+
+TEST(CurveStartValues, ThreeSpansGiveThreeStartValues) {
+    std::mt19937 rng(21);
+    const YdBSplineCurve c = RandomCubic(rng, 6);
+    std::vector<double> starts;
+    YdBSplineCurveTestAccess::DetermineUInitial(c, YdPoint(3.0, 1.0, 0.0), starts);
+    EXPECT_EQ(starts.size(), 3u);
+}
+
+TEST(CurveStartValues, SevenSpansGiveFiveStartValues) {
+    std::mt19937 rng(22);
+    const YdBSplineCurve c = RandomCubic(rng, 10);
+    std::vector<double> starts;
+    YdBSplineCurveTestAccess::DetermineUInitial(c, YdPoint(3.0, 1.0, 0.0), starts);
+    EXPECT_EQ(starts.size(), 5u);
+}
+
+// The best of six samples per span by Evaluate, sorted stably by distance: the reference for
+// the start values.
+std::vector<double> ReferenceStarts(const YdBSplineCurve& c, const YdPoint& P) {
+    const std::vector<double>& U = c.KnotVec().GetKnots();
+    const int p = c.Degree();
+    std::vector<std::pair<double, double>> perSpan;
+    for (int s = p; s < c.GetNumOfCtrlPnts(); ++s) {
+        double least = 1e10;
+        double leastU = 1e10;
+        for (int j = 0; j < 6; ++j) {
+            const double u = std::min(U[s] + j * ((U[s + 1] - U[s]) / 6), U[s + 1]);
+            const double d = Distance(c.Evaluate(u), P);
+            if (d < least) {
+                least = d;
+                leastU = u;
+            }
+        }
+        perSpan.emplace_back(least, leastU);
+    }
+    std::stable_sort(perSpan.begin(), perSpan.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<double> out;
+    for (std::size_t i = 0; i < perSpan.size() && i < 5; ++i) {
+        out.push_back(perSpan[i].second);
+    }
+    return out;
+}
+
+TEST(CurveStartValues, OrderedByDistanceAndAppended) {
+    std::mt19937 rng(23);
+    const YdBSplineCurve c = RandomCubic(rng, 12);
+    const YdPoint P(7.0, -2.0, 1.0);
+    std::vector<double> starts = {42.0};
+    YdBSplineCurveTestAccess::DetermineUInitial(c, P, starts);
+    ASSERT_EQ(starts.size(), 6u);
+    EXPECT_EQ(starts[0], 42.0) << "existing entries are kept";
+    const std::vector<double> expected = ReferenceStarts(c, P);
+    EXPECT_EQ(std::vector<double>(starts.begin() + 1, starts.end()), expected);
+}
+
+TEST(CurveStartValues, MatchEvaluateBasedSamplingExactly) {
+    // Also over an empty span (a double knot), whose samples all sit on the knot.
+    std::mt19937 rng(24);
+    std::uniform_real_distribution<double> box(-5.0, 30.0);
+    YdBSplineCurve c = RandomCubic(rng, 11);
+    ASSERT_TRUE(c.InsertKnot(c.KnotVec().GetKnots()[6], true));
+    for (int q = 0; q < 60; ++q) {
+        const YdPoint P(box(rng), 0.3 * box(rng), 0.1 * box(rng));
+        std::vector<double> starts;
+        YdBSplineCurveTestAccess::DetermineUInitial(c, P, starts);
+        EXPECT_EQ(starts, ReferenceStarts(c, P)) << "query " << q;
+    }
+}
+
+TEST(CurveStartValues, EqualDistancesKeepSpanOrder) {
+    // A curve collapsed onto the origin, in four spans: every sample is exactly as far from P,
+    // so the first sample of each span wins, and the spans keep their order.
+    const std::vector<YdPoint> ctrl(7, YdPoint(0.0, 0.0, 0.0));
+    const YdBSplineCurve c = MakeCurve(ctrl, {0.25, 0.5, 0.75}, 3);
+    std::vector<double> starts;
+    YdBSplineCurveTestAccess::DetermineUInitial(c, YdPoint(1.0, 2.0, 3.0), starts);
+    EXPECT_EQ(starts, (std::vector<double>{0.0, 0.25, 0.5, 0.75}));
+}
+
+TEST(CurveNearestPoint, StopsAtStartValueWithinTheRadianCosine) {
+    // A line x = 10 u. The start value sees C' at about 88.85 degrees to C - P: within the
+    // stopping cosine cos(89.5) taken in radians (0.0354), though not within cos(89.5 deg),
+    // so no Newton step is taken and the start value comes back unchanged.
+    const YdBSplineCurve line = MakeCurve(
+        {YdPoint(0, 0, 0), YdPoint(10.0 / 3.0, 0, 0), YdPoint(20.0 / 3.0, 0, 0), YdPoint(10, 0, 0)},
+        {}, 3);
+    const YdPoint P(5.0, 1.0, 0.0);
+    double u0 = 0.502;
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(line.FindNearestPoint(P, u, q, &u0));
+    EXPECT_EQ(u, 0.502);
+    EXPECT_TRUE(PointsNear(q, line.Evaluate(0.502), 0.0));
+
+    // Further off (cosine about 0.05) a Newton step is taken and lands on the foot point.
+    u0 = 0.505;
+    ASSERT_TRUE(line.FindNearestPoint(P, u, q, &u0));
+    EXPECT_NEAR(u, 0.5, 1e-12);
+    EXPECT_TRUE(PointsNear(q, YdPoint(5.0, 0.0, 0.0), 1e-12));
+}
+
+TEST(CurveNearestPoint, AgreesWithBruteForceOnRandomPoints) {
+    std::mt19937 rng(31);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    std::uniform_real_distribution<double> off(-1.0, 1.0);
+    for (int trial = 0; trial < 6; ++trial) {
+        const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 10 + 4 * trial);
+        ASSERT_NE(curve, nullptr);
+        const YdBSplineCurve& c = *curve;
+        for (int q = 0; q < 25; ++q) {
+            YdPoint P;
+            if (q < 17) {
+                // Near the curve, within a unit or so.
+                const YdPoint on = c.Evaluate(unit(rng));
+                P = YdPoint(on[0] + off(rng), on[1] + off(rng), on[2] + off(rng));
+            } else {
+                // Beyond an end: out along the end tangent, a little to the side.
+                const double end = (q % 2 == 0) ? 0.0 : 1.0;
+                std::vector<YdVector> der;
+                YdPoint e;
+                c.Evaluate(end, 1, e, der);
+                const YdVector out = der[0] * ((end == 0.0 ? -1.0 : 1.0) / der[0].Magnitude());
+                P = e + out * (0.5 + 3.0 * unit(rng)) +
+                    YdVector(0.2 * off(rng), 0.2 * off(rng), 0.2 * off(rng));
+            }
+            double u = -1.0;
+            YdPoint nearest;
+            ASSERT_TRUE(c.FindNearestPoint(P, u, nearest));
+            double uRef = 0.0;
+            const double dRef = BruteForceNearest(c, P, uRef);
+            const double dFound = Distance(P, nearest);
+            // The stopping cosine 0.0354 bounds the excess distance by about 6.3e-4 of it.
+            EXPECT_LE(dFound, dRef * (1.0 + 1e-3) + 1e-9)
+                << "trial " << trial << " query " << q << " u = " << u << " ref u = " << uRef;
+            EXPECT_GE(dFound, dRef - 1e-9) << "trial " << trial << " query " << q;
+            EXPECT_GE(u, 0.0);
+            EXPECT_LE(u, 1.0);
+            EXPECT_LE(Distance(P, c.Evaluate(u)), dRef * (1.0 + 1e-3) + 1e-9)
+                << "trial " << trial << " query " << q;
+            if (q >= 17) {
+                EXPECT_NEAR(u, uRef, 1e-12)
+                    << "trial " << trial << " query " << q << " beyond an end";
+            }
+        }
+    }
+}
+
+TEST(CurveNearestPoint, PointsBeyondEndsProjectOntoEnds) {
+    std::mt19937 rng(32);
+    const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 16);
+    ASSERT_NE(curve, nullptr);
+    const YdBSplineCurve& c = *curve;
+    std::vector<YdVector> der;
+    YdPoint pt;
+    c.Evaluate(0.0, 1, pt, der);
+    const YdPoint before = pt + der[0] * (-2.0 / der[0].Magnitude());
+    c.Evaluate(1.0, 1, pt, der);
+    const YdPoint after = pt + der[0] * (2.0 / der[0].Magnitude());
+
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(c.FindNearestPoint(before, u, q));
+    EXPECT_EQ(u, 0.0);
+    EXPECT_TRUE(PointsNear(q, c.Evaluate(0.0), 1e-12));
+    ASSERT_TRUE(c.FindNearestPoint(after, u, q));
+    EXPECT_EQ(u, 1.0);
+    EXPECT_TRUE(PointsNear(q, c.Evaluate(1.0), 1e-12));
+}
+
+TEST_F(CircleCurve, NearestPointAgreesWithBruteForceAroundSeam) {
+    std::mt19937 rng(33);
+    std::uniform_real_distribution<double> angle(-0.2, 0.2);
+    std::uniform_real_distribution<double> radius(kRadius - 3.0, kRadius + 3.0);
+    for (int q = 0; q < 20; ++q) {
+        const double t = angle(rng);
+        const double r = radius(rng);
+        const YdPoint P(r * std::cos(t), r * std::sin(t), 0.5 * angle(rng));
+        double u = -1.0;
+        YdPoint nearest;
+        ASSERT_TRUE(circle_->FindNearestPoint(P, u, nearest));
+        double uRef = 0.0;
+        const double dRef = BruteForceNearest(*circle_, P, uRef);
+        EXPECT_LE(Distance(P, nearest), dRef * (1.0 + 1e-3) + 1e-9) << "query " << q;
+        EXPECT_GE(Distance(P, nearest), dRef - 1e-9) << "query " << q;
+        // The angle of the foot point is the angle of the query point.
+        const double footAngle = std::atan2(nearest[1], nearest[0]);
+        // The stopping cosine leaves the foot point up to 0.0354 d off along the curve.
+        EXPECT_NEAR(footAngle, t, 0.02) << "query " << q;
+        if (std::fabs(t) > 0.02) {
+            EXPECT_TRUE((t > 0.0 && u < 0.5) || (t < 0.0 && u > 0.5))
+                << "query " << q << " at angle " << t << " gave u = " << u;
+        }
+    }
+}
+
+TEST(CurveNearestPoint, GoodStartValueConvergesToFootPoint) {
+    std::mt19937 rng(34);
+    const YdBSplineCurve c = RandomCubic(rng, 10);
+    const double uTrue = 0.4321;
+    const YdPoint on = c.Evaluate(uTrue);
+    double u0 = uTrue + 0.01;
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(c.FindNearestPoint(on, u, q, &u0));
+    EXPECT_NEAR(u, uTrue, 1e-7);
+    EXPECT_LE(Distance(q, on), 1e-7);
+}
+
+TEST(CurveNearestPoint, OutParametersMayAliasTheQueryPoint) {
+    std::mt19937 rng(35);
+    const YdBSplineCurve c = RandomCubic(rng, 7);
+    const YdPoint P(4.0, 1.0, -1.0);
+    double u = -1.0;
+    YdPoint expected;
+    ASSERT_TRUE(c.FindNearestPoint(P, u, expected));
+    YdPoint inout = P;
+    double u2 = -1.0;
+    ASSERT_TRUE(c.FindNearestPoint(inout, u2, inout));
+    EXPECT_EQ(u2, u);
+    EXPECT_TRUE(PointsNear(inout, expected, 0.0));
+}
+
+// ------------------------------------------------------------------------------------------
+// Point at a distance
+
+TEST(CurveLocatePoint, ForwardThenBackwardReturnsToStart) {
+    std::mt19937 rng(41);
+    for (int trial = 0; trial < 3; ++trial) {
+        const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 10 + 3 * trial);
+        ASSERT_NE(curve, nullptr);
+        const YdBSplineCurve& c = *curve;
+        const double uStart = 0.3 + 0.1 * trial;
+        const YdPoint P = c.Evaluate(uStart);
+        const double dist = 0.3 * c.Length(uStart, 1.0, true);
+        double u1 = -1.0;
+        YdPoint p1;
+        ASSERT_TRUE(c.locatePoint(P, dist, true, u1, p1, 1e-9)) << "trial " << trial;
+        EXPECT_GT(u1, uStart);
+        EXPECT_NEAR(c.Length(uStart, u1, 1e-9), dist, 1e-6) << "trial " << trial;
+        EXPECT_TRUE(PointsNear(p1, c.Evaluate(u1), 0.0));
+        double u2 = -1.0;
+        YdPoint p2;
+        ASSERT_TRUE(c.locatePoint(p1, dist, false, u2, p2, 1e-9)) << "trial " << trial;
+        EXPECT_NEAR(u2, uStart, 1e-6) << "trial " << trial;
+        EXPECT_TRUE(PointsNear(p2, P, 1e-5)) << "trial " << trial;
+    }
+}
+
+TEST(CurveLocatePoint, DistanceBeyondEndReportsEnd) {
+    std::mt19937 rng(42);
+    const YdBSplineCurve c = RandomCubic(rng, 8);
+    const YdPoint P = c.Evaluate(0.6);
+    const double total = c.Length(0.0, 1.0, true);
+    double u = -1.0;
+    YdPoint pt;
+    EXPECT_FALSE(c.locatePoint(P, total, true, u, pt, 1e-6));
+    EXPECT_EQ(u, 1.0);
+    EXPECT_TRUE(PointsNear(pt, c.Evaluate(1.0), 0.0));
+    EXPECT_FALSE(c.locatePoint(P, total, false, u, pt, 1e-6));
+    EXPECT_EQ(u, 0.0);
+    EXPECT_TRUE(PointsNear(pt, c.Evaluate(0.0), 0.0));
+}
+
+TEST(CurveLocatePoint, NegativeDistanceEndsAfterBoundedBisection) {
+    // The length error can never fall below 1e-7 for a negative distance; the bisection stops
+    // after its cap with the parameter squeezed onto the projection.
+    std::mt19937 rng(43);
+    const YdBSplineCurve c = RandomCubic(rng, 6);
+    const YdPoint P = c.Evaluate(0.4);
+    double u = -1.0;
+    YdPoint pt;
+    EXPECT_TRUE(c.locatePoint(P, -1.0, true, u, pt, 1e-3));
+    EXPECT_NEAR(u, 0.4, 1e-6);
+}
+
+// ------------------------------------------------------------------------------------------
+// Curvature, frame, midpoint, sampling
+
+TEST(CurveCurvature, MatchesFiniteDifferenceFormula) {
+    std::mt19937 rng(51);
+    std::uniform_real_distribution<double> unit(0.01, 0.99);
+    for (int trial = 0; trial < 4; ++trial) {
+        const YdBSplineCurve c = RandomCubic(rng, 6 + 3 * trial);
+        int checked = 0;
+        while (checked < 20) {
+            const double u = unit(rng);
+            const double h = 1e-4;
+            if (NearAKnot(c, u, 3.0 * h)) {
+                continue;
+            }
+            ++checked;
+            YdVector d1;
+            YdVector d2;
+            CentralDifferences(c, u, h, d1, d2);
+            const double expected = (d1 * d2).Magnitude() / std::pow(d1.Magnitude(), 3.0);
+            double k = -1.0;
+            ASSERT_TRUE(c.CalculateCurvature(u, k));
+            EXPECT_NEAR(k, expected, 1e-5 * expected + 1e-12)
+                << "trial " << trial << " at u = " << u;
+            EXPECT_EQ(c.CalcRadiusOfCurvature(u), 1.0 / k) << "at u = " << u;
+        }
+    }
+}
+
+TEST(CurveCurvature, StraightCurveHasZeroCurvatureAndInfiniteRadius) {
+    const YdBSplineCurve c = StraightCubic();
+    for (double u : {0.0, 0.2, 0.55, 1.0}) {
+        double k = -1.0;
+        ASSERT_TRUE(c.CalculateCurvature(u, k));
+        EXPECT_LT(k, 1e-12) << "at u = " << u;
+    }
+    // Exactly straight on an axis: the cross product is exactly zero.
+    const YdBSplineCurve axis = MakeCurve(
+        {YdPoint(0, 0, 0), YdPoint(1, 0, 0), YdPoint(1.5, 0, 0), YdPoint(4, 0, 0)}, {}, 3);
+    double k = -1.0;
+    ASSERT_TRUE(axis.CalculateCurvature(0.3, k));
+    EXPECT_EQ(k, 0.0);
+    const double r = axis.CalcRadiusOfCurvature(0.3);
+    EXPECT_TRUE(std::isinf(r) && r > 0.0) << "radius " << r;
+}
+
+TEST(CurveFrenetFrame, AxesFollowDerivatives) {
+    std::mt19937 rng(52);
+    const YdBSplineCurve c = RandomCubic(rng, 9);
+    for (double u : {0.1, 0.45, 0.8}) {
+        YdFrame f;
+        ASSERT_TRUE(c.FrenetFrame(u, f));
+        std::vector<YdVector> der;
+        YdPoint pt;
+        c.Evaluate(u, 2, pt, der);
+        YdVector b = der[0] * der[1];
+        b = b * (1.0 / b.Magnitude());
+        const YdVector t = der[0] * (1.0 / der[0].Magnitude());
+        EXPECT_TRUE(PointsNear(f.GetOrigin(), pt, 0.0)) << "at u = " << u;
+        EXPECT_TRUE(VectorsNear(f.DirX(), b, 1e-12)) << "at u = " << u;
+        EXPECT_TRUE(VectorsNear(f.DirY(), t, 1e-12)) << "at u = " << u;
+        // The principal normal points to the side C'' bends to.
+        EXPECT_GT(f.DirZ() % der[1], 0.0) << "at u = " << u;
+    }
+}
+
+TEST(CurveMiddlePoint, HalvesTheGaussLength) {
+    std::mt19937 rng(53);
+    const YdBSplineCurve c = RandomCubic(rng, 9);
+    YdPoint pt;
+    double u = -1.0;
+    c.GetMiddlePoint(pt, u);
+    const double half = c.Length(0.0, 1.0, true) / 2.0;
+    EXPECT_LE(std::fabs(c.Length(0.0, u, true) - half), 1e-5);
+    EXPECT_TRUE(PointsNear(pt, c.Evaluate(u), 0.0));
+}
+
+TEST(CurveMiddlePoint, SymmetricCurveHasMiddleNearHalf) {
+    const YdBSplineCurve c =
+        MakeCurve({YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(3, 2, 0), YdPoint(4, 0, 0)}, {}, 3);
+    YdPoint pt;
+    double u = -1.0;
+    c.GetMiddlePoint(pt, u);
+    // Only the quadrature error of the one-span half against the whole keeps it off 0.5.
+    EXPECT_NEAR(u, 0.5, 1e-4);
+    EXPECT_TRUE(PointsNear(pt, c.Evaluate(u), 0.0));
+}
+
+TEST(CurveSampling, FourIntervalsAppendFivePoints) {
+    std::mt19937 rng(54);
+    const YdBSplineCurve c = RandomCubic(rng, 7);
+    std::vector<YdPoint> pts = {YdPoint(9, 9, 9)};
+    c.Sampling(4, pts, 0.0, 1.0);
+    ASSERT_EQ(pts.size(), 6u);
+    EXPECT_TRUE(PointsNear(pts[0], YdPoint(9, 9, 9), 0.0)) << "output is not cleared";
+    for (int i = 0; i <= 4; ++i) {
+        EXPECT_TRUE(PointsNear(pts[i + 1], c.Evaluate(i / 4.0), 0.0)) << "sample " << i;
+    }
+}
+
+TEST(CurveSampling, SubRangeAndNoIntervals) {
+    std::mt19937 rng(55);
+    const YdBSplineCurve c = RandomCubic(rng, 7);
+    std::vector<YdPoint> pts;
+    c.Sampling(3, pts, 0.2, 0.5);
+    ASSERT_EQ(pts.size(), 4u);
+    for (int i = 0; i <= 3; ++i) {
+        EXPECT_TRUE(PointsNear(pts[i], c.Evaluate(0.2 + i * (0.5 - 0.2) / 3), 0.0))
+            << "sample " << i;
+    }
+    c.Sampling(0, pts, 0.0, 1.0);
+    c.Sampling(-3, pts, 0.0, 1.0);
+    EXPECT_EQ(pts.size(), 4u);
+}
+
+// ------------------------------------------------------------------------------------------
+// Bad input
+
+TEST(CurveQueriesBadInput, CurveWithoutSpans) {
+    const YdBSplineCurve empty;
+    double u = 0.25;
+    YdPoint q(7, 8, 9);
+    EXPECT_FALSE(empty.FindNearestPoint(YdPoint(1, 2, 3), u, q));
+    EXPECT_EQ(u, 0.25) << "out-parameters untouched";
+    EXPECT_TRUE(PointsNear(q, YdPoint(7, 8, 9), 0.0));
+    double u0 = 0.5;
+    EXPECT_FALSE(empty.FindNearestPoint(YdPoint(1, 2, 3), u, q, &u0));
+
+    std::vector<double> starts;
+    YdBSplineCurveTestAccess::DetermineUInitial(empty, YdPoint(1, 2, 3), starts);
+    EXPECT_TRUE(starts.empty());
+
+    EXPECT_EQ(empty.Length(0.0, 1.0, true), 0.0);
+    EXPECT_EQ(empty.Length(0.0, 1.0, 1e-6), 0.0);
+    YdPoint pt(5, 5, 5);
+    EXPECT_FALSE(empty.locatePoint(YdPoint(1, 2, 3), 1.0, true, u, pt, 1e-6));
+    EXPECT_EQ(u, 0.25);
+
+    // A curve without spans has no curvature and no frame: false, out-parameters untouched,
+    // and the documented radius -1.0.
+    double k = 0.75;
+    EXPECT_FALSE(empty.CalculateCurvature(0.5, k));
+    EXPECT_EQ(k, 0.75);
+    EXPECT_EQ(empty.CalcRadiusOfCurvature(0.5), -1.0);
+    YdFrame frame(YdPoint(1, 2, 3), YdVector(1, 0, 0), YdVector(0, 1, 0));
+    EXPECT_FALSE(empty.FrenetFrame(0.5, frame));
+    EXPECT_TRUE(PointsNear(frame.GetOrigin(), YdPoint(1, 2, 3), 0.0));
+
+    std::vector<YdPoint> pts;
+    empty.Sampling(2, pts, 0.0, 1.0);
+    ASSERT_EQ(pts.size(), 3u);
+    EXPECT_TRUE(PointsNear(pts[1], YdPoint(0, 0, 0), 0.0));
+
+    YdPoint mid(1, 1, 1);
+    double um = -1.0;
+    empty.GetMiddlePoint(mid, um);
+    EXPECT_EQ(um, 0.5);
+    EXPECT_TRUE(PointsNear(mid, YdPoint(0, 0, 0), 0.0));
+}
+
+TEST(CurveQueriesBadInput, KnotCountNotMatchingDegree) {
+    std::vector<double> k = {0, 0, 0, 0, 1, 1, 1};  // one knot short for 4 points and degree 3
+    YdKnotVec kv;
+    kv.SetKnots(k);
+    const YdBSplineCurve c(
+        kv, {YdPoint(0, 0, 0), YdPoint(1, 0, 0), YdPoint(2, 1, 0), YdPoint(3, 0, 0)}, 3, false);
+    double u = 0.25;
+    YdPoint q;
+    EXPECT_FALSE(c.FindNearestPoint(YdPoint(1, 1, 0), u, q));
+    EXPECT_EQ(u, 0.25);
+    std::vector<double> starts;
+    YdBSplineCurveTestAccess::DetermineUInitial(c, YdPoint(1, 1, 0), starts);
+    EXPECT_TRUE(starts.empty());
+}
+
+TEST(CurveQueriesBadInput, OnePointCurve) {
+    const YdPoint p(1.0, -2.0, 3.0);
+    const YdBSplineCurve c(p);
+    // The derivative basis cancels only up to rounding.
+    EXPECT_LT(c.Length(0.0, 1.0, true), 1e-12);
+    EXPECT_LT(c.Length(0.0, 1.0, 1e-6), 1e-12);
+
+    double u = -1.0;
+    YdPoint q;
+    ASSERT_TRUE(c.FindNearestPoint(YdPoint(4, 4, 4), u, q));
+    EXPECT_TRUE(std::isfinite(u));
+    EXPECT_GE(u, 0.0);
+    EXPECT_LE(u, 1.0);
+    EXPECT_TRUE(PointsNear(q, p, 1e-12));
+
+    YdPoint pt;
+    EXPECT_FALSE(c.locatePoint(YdPoint(4, 4, 4), 1.0, true, u, pt, 1e-6));
+    EXPECT_EQ(u, 1.0);
+    EXPECT_TRUE(PointsNear(pt, p, 0.0));
+    EXPECT_TRUE(c.locatePoint(YdPoint(4, 4, 4), 0.0, false, u, pt, 1e-6));
+    EXPECT_TRUE(PointsNear(pt, p, 0.0));
+
+    YdPoint mid;
+    double um = -1.0;
+    c.GetMiddlePoint(mid, um);
+    EXPECT_TRUE(PointsNear(mid, p, 0.0));
+}
+
+TEST(CurveQueriesBadInput, CollapsedCurveEndsNewtonOnZeroDenominator) {
+    // All control points at the origin: both derivatives are exactly zero, so every Newton
+    // denominator is zero. The iteration ends at the first start value, u = 0, with no NaN.
+    const YdBSplineCurve c = MakeCurve(std::vector<YdPoint>(6, YdPoint(0, 0, 0)), {0.3, 0.6}, 3);
+    double u = -1.0;
+    YdPoint q(5, 5, 5);
+    ASSERT_TRUE(c.FindNearestPoint(YdPoint(1, 2, 2), u, q));
+    EXPECT_EQ(u, 0.0);
+    EXPECT_TRUE(PointsNear(q, YdPoint(0, 0, 0), 0.0));
+    double u0 = 0.45;
+    ASSERT_TRUE(c.FindNearestPoint(YdPoint(1, 2, 2), u, q, &u0));
+    EXPECT_EQ(u, 0.45);
+
+    double k = 0.0;
+    EXPECT_TRUE(c.CalculateCurvature(0.5, k));
+    EXPECT_TRUE(std::isnan(k)) << "0 / 0 is passed on";
+    EXPECT_TRUE(std::isnan(c.CalcRadiusOfCurvature(0.5)));
+}
+
+TEST(CurveQueriesBadInput, NonFiniteQueryPointNeitherHangsNorInventsAResult) {
+    std::mt19937 rng(61);
+    const YdBSplineCurve c = RandomCubic(rng, 7);
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    double u = 0.25;
+    YdPoint q(7, 8, 9);
+    EXPECT_FALSE(c.FindNearestPoint(YdPoint(nan, 0, 0), u, q));
+    EXPECT_EQ(u, 0.25);
+    const double inf = std::numeric_limits<double>::infinity();
+    EXPECT_FALSE(std::isfinite(c.Length(0.0, inf, true)));
+    EXPECT_FALSE(std::isfinite(c.Length(nan, 1.0, 1e-6)));
+}
+
+TEST(CurveQueriesBadInput, RunawayParameterOnClosedCurveWraps) {
+    // A closed curve whose derivative is tiny at the start value throws the Newton step far
+    // away; the wrap brings it back without looping for ever.
+    const YdBSplineCurve c = MakeCurve({YdPoint(0, 0, 0), YdPoint(0, 0, 0), YdPoint(1, 1, 0),
+                                        YdPoint(2, 0, 0), YdPoint(0, 0, 0), YdPoint(0, 0, 0)},
+                                       {0.4, 0.6}, 3, true);
+    for (double u0 : {0.0, 1e-9, 1.0, 0.5}) {
+        double u = -1.0;
+        YdPoint q;
+        ASSERT_TRUE(c.FindNearestPoint(YdPoint(-1.0, 5.0, 0.0), u, q, &u0)) << "from " << u0;
+        EXPECT_GE(u, 0.0) << "from " << u0;
+        EXPECT_LE(u, 1.0) << "from " << u0;
+    }
+}
+
+// ------------------------------------------------------------------------------------------
+// Hot paths
+
+TEST(CurveQueriesHotPath, CountingAllocatorIsInUse) {
+    const long before = g_heapAllocations.load();
+    std::unique_ptr<std::vector<double>> v(new std::vector<double>(10, 1.0));
+    EXPECT_GE(g_heapAllocations.load() - before, 2);
+}
+
+TEST(CurveQueriesHotPath, InversionAndCurvatureAllocateNothing) {
+    std::mt19937 rng(71);
+    const YdBSplineCurve c = RandomCubic(rng, 40);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    std::vector<YdPoint> queries;
+    for (int i = 0; i < 50; ++i) {
+        const YdPoint on = c.Evaluate(unit(rng));
+        queries.emplace_back(on[0] + 0.3, on[1] - 0.2, on[2] + 0.1);
+    }
+    double sink = 0.0;
+    const long before = g_heapAllocations.load();
+    for (const YdPoint& P : queries) {
+        double u = 0.0;
+        YdPoint q;
+        ASSERT_TRUE(c.FindNearestPoint(P, u, q));
+        double u0 = u;
+        ASSERT_TRUE(c.FindNearestPoint(P, u, q, &u0));
+        double k = 0.0;
+        ASSERT_TRUE(c.CalculateCurvature(u, k));
+        sink += u + k + c.CalcRadiusOfCurvature(u);
+    }
+    EXPECT_EQ(g_heapAllocations.load() - before, 0);
+    EXPECT_TRUE(std::isfinite(sink));
+}
+
+}  // namespace
