@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -42,6 +44,24 @@ inline std::string RealPathsDir() {
     }
 #endif
     return "";
+}
+
+/// Every point file (*.txt) of the real tool paths, sorted by name; empty when the folder is
+/// not there. Tests pick runs by position or by property, never by name.
+inline std::vector<std::string> RealPathFiles() {
+    std::vector<std::string> files;
+    const std::string dir = RealPathsDir();
+    if (dir.empty()) {
+        return files;
+    }
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) {
+        if (entry.is_regular_file() && entry.path().extension() == ".txt") {
+            files.push_back(entry.path().string());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
 }
 
 /// Reads an "x y z" point file; empty when it cannot be read.

@@ -1,0 +1,531 @@
+// One constrained least-squares fit of a cubic to the curve's own fit points: the basis matrix
+// with its band limits, the fairing (bending-energy) matrix, the blended and bordered system
+// and its pivoted LU solution.
+//
+// The systems are assembled in compact form. The basis matrix has p + 1 non-zeros per row, the
+// normal and energy matrices are banded with half-bandwidth p, and the constraint rows and
+// columns sit in a border; so the fit keeps one row of basis values per fit point, two
+// n x (2p + 1) bands and a bordered band store. Every stored number is computed by the very
+// operations, in the very order, of the dense products (rows ascending, exact zeros skipped,
+// which adds nothing), and the bordered LU repeats the dense pivoted elimination on the stored
+// entries only, so the control points are bit for bit those of the dense assembly. The dense
+// forms remain available through CalucalteErrorMatrix and CalculateEnergyMatrix.
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "../geometry/YdBorderedBandLU.h"
+#include "../nurbs/BasisKernel.h"
+#include "YdNurbsLib/curve/YdBSplineCurve.h"
+#include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+
+namespace {
+
+using TangentList = std::vector<std::pair<int, YdVector>>;
+
+bool IsFinitePoint(const YdPoint& p) {
+    return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
+}
+
+// The band limits of the basis matrix from the knot span of each fit point: for column i the
+// rows first[i]..last[i] are the only ones in which it can be non-zero. Entries are written
+// only inside [0, n), so short or odd inputs cannot write out of range.
+void ComputeBandLimits(const std::vector<int>& spans, int m, int n, int p, int* first, int* last) {
+    for (int i = 0; i <= p && i < n; ++i) {
+        first[i] = 0;
+    }
+    int prevSpan = p;
+    int nf = p + 1;
+    int nl = 0;
+    for (int r = 0; r < m; ++r) {
+        const int span = spans[static_cast<std::size_t>(r)];
+        if (span > prevSpan) {
+            for (int t = 0; t < span - prevSpan; ++t) {
+                if (nf >= 0 && nf < n) {
+                    first[nf] = r;
+                }
+                if (nl >= 0 && nl < n) {
+                    last[nl] = r - 1;
+                }
+                ++nf;
+                ++nl;
+            }
+            prevSpan = span;
+        }
+    }
+    for (int i = std::max(nf, 0); i < n; ++i) {
+        first[i] = m - 1;
+    }
+    for (int i = std::max(nl, 0); i < n; ++i) {
+        last[i] = m - 1;
+    }
+}
+
+// The p + 1 non-zero basis values of every fit point and its knot span. False when a value is
+// not finite (a knot vector with an empty span where one must be divided by): the dense
+// products would then mix 0 * inf into every sum, and no usable curve can come of it.
+bool ComputeBasisRows(const YdKnotVec& knots, int p, const std::vector<double>& params, int m,
+                      std::vector<int>& spans, std::vector<double>& values) {
+    const int q = p + 1;
+    spans.resize(static_cast<std::size_t>(m));
+    values.resize(static_cast<std::size_t>(m) * static_cast<std::size_t>(q));
+    const double* U = knots.GetKnots().data();
+    yd_detail::BasisWorkspace ws(p, 0);
+    for (int r = 0; r < m; ++r) {
+        const double u = params[static_cast<std::size_t>(r)];
+        const int span = knots.FindSpan(p, u);
+        yd_detail::BasisDersOnSpan(U, span, p, 0, u, ws.Scratch(), ws.Result());
+        spans[static_cast<std::size_t>(r)] = span;
+        double* row = values.data() + static_cast<std::size_t>(r) * static_cast<std::size_t>(q);
+        for (int j = 0; j < q; ++j) {
+            const double v = ws.Result()[j];
+            if (!std::isfinite(v)) {
+                return false;
+            }
+            row[j] = v;
+        }
+    }
+    return true;
+}
+
+// The integrals of products of derivOrder-th basis derivatives, span by span with the Gauss
+// rule for the degree, handed to add(i, j, value) in the order in which the dense matrix
+// accumulates them. Empty spans are skipped: they add nothing. Orders above the degree have
+// vanishing derivatives and add nothing either.
+template <class AddFn>
+void AccumulateEnergy(const YdKnotVec& knots, int p, int n, int r, AddFn add) {
+    const std::vector<double>& U = knots.GetKnots();
+    const int knotCount = knots.GetCount();
+    if (r < 0 || r > p || n < 1 || !yd_detail::BasisKnotsUsable(knotCount, p) ||
+        knotCount < n + p + 1) {
+        return;
+    }
+    std::vector<double> nodes;
+    std::vector<double> weights;
+    YdNurbsHelper::GetGaussWeightsAndKnots(p, nodes, weights);
+    const int q = p + 1;
+    yd_detail::BasisWorkspace ws(p, r);
+    std::vector<double> acc(static_cast<std::size_t>(q));
+    for (int i = 0; i < n; ++i) {
+        const int sHi = std::min(i + p, n - 1);
+        for (int s = std::max(p, i); s <= sHi; ++s) {
+            const double h =
+                (U[static_cast<std::size_t>(s) + 1] - U[static_cast<std::size_t>(s)]) / 2;
+            if (h == 0.0) {
+                continue;
+            }
+            const double c =
+                (U[static_cast<std::size_t>(s) + 1] + U[static_cast<std::size_t>(s)]) / 2;
+            std::fill(acc.begin(), acc.end(), 0.0);
+            for (std::size_t g = 0; g < nodes.size(); ++g) {
+                const double u = h * nodes[g] + c;
+                const int span = knots.FindSpan(p, u);
+                yd_detail::BasisDersOnSpan(U.data(), span, p, r, u, ws.Scratch(), ws.Result());
+                const double* d = ws.Result() + r * q;
+                for (int j = 0; j < q; ++j) {
+                    acc[static_cast<std::size_t>(j)] += weights[g] * d[i + p - s] * d[j];
+                }
+            }
+            const int cHi = std::min(s, n - 1);
+            for (int c2 = std::max(0, s - p); c2 <= cHi; ++c2) {
+                add(i, c2, h * acc[static_cast<std::size_t>(c2 + p - s)]);
+            }
+        }
+    }
+}
+
+// An n x n matrix that is zero outside |i - j| <= p.
+class BandMatrix {
+  public:
+    BandMatrix(int n, int p)
+        : m_n(n),
+          m_p(p),
+          m_w(2 * p + 1),
+          m_data(static_cast<std::size_t>(n) * static_cast<std::size_t>(2 * p + 1), 0.0) {}
+    double& At(int i, int j) {
+        return m_data[static_cast<std::size_t>(i) * static_cast<std::size_t>(m_w) +
+                      static_cast<std::size_t>(j - i + m_p)];
+    }
+    double Get(int i, int j) const {
+        if (j - i > m_p || i - j > m_p) {
+            return 0.0;
+        }
+        return m_data[static_cast<std::size_t>(i) * static_cast<std::size_t>(m_w) +
+                      static_cast<std::size_t>(j - i + m_p)];
+    }
+    // Largest |entry| over the whole square, or over j >= i only; comparisons as the dense
+    // code makes them (a NaN never becomes the maximum).
+    double MaxAbs(bool upperOnly) const {
+        double biggest = 0.0;
+        for (int i = 0; i < m_n; ++i) {
+            for (int j = std::max(0, i - m_p); j <= std::min(m_n - 1, i + m_p); ++j) {
+                if (upperOnly && j < i) {
+                    continue;
+                }
+                const double v = std::fabs(Get(i, j));
+                if (v > biggest) {
+                    biggest = v;
+                }
+            }
+        }
+        return biggest;
+    }
+
+  private:
+    int m_n;
+    int m_p;
+    int m_w;
+    std::vector<double> m_data;
+};
+
+// Everything one fit reads. Points and parameters are the curve's own.
+struct FitSetup {
+    int p = 3;
+    int n = 0;
+    const YdKnotVec* knots = nullptr;
+    const std::vector<YdPoint>* points = nullptr;
+    const std::vector<double>* params = nullptr;
+    const std::vector<int>* interpIdx = nullptr;
+    const TangentList* tangents = nullptr;
+    bool closed = false;
+    // Smoothed: the lambda blend of the banded normal matrix and the fairing term. Plain: the
+    // full normal matrix without weight or fairing.
+    bool smoothed = true;
+    double lambda = 0.2;
+};
+
+// Assembles and solves one fit; on success the first n unknowns go to ctrl (already sized n).
+bool SolveFit(const FitSetup& f, std::vector<YdPoint>& ctrl) {
+    const int p = f.p;
+    const int n = f.n;
+    const YdKnotVec& knots = *f.knots;
+    const std::vector<YdPoint>& pts = *f.points;
+    const std::vector<double>& params = *f.params;
+    const std::vector<int>& interpIdx = *f.interpIdx;
+    static const TangentList kNoTangents;
+    const TangentList& tangents = f.tangents != nullptr ? *f.tangents : kNoTangents;
+
+    // A clamped curve needs p + 1 control points and n + p + 1 knots; the basis kernel needs
+    // p >= 1 to deliver the first derivatives of the constraints.
+    if (p < 1 || n < p + 1 || knots.GetCount() != n + p + 1 ||
+        !yd_detail::BasisKnotsUsable(knots.GetCount(), p)) {
+        return false;
+    }
+    // Every point needs its parameter, and row counts are kept in ints.
+    if (pts.size() > params.size() || pts.size() > static_cast<std::size_t>(1) << 30) {
+        return false;
+    }
+    const int m = static_cast<int>(pts.size());
+    for (const YdPoint& pt : pts) {
+        if (!IsFinitePoint(pt)) {
+            return false;
+        }
+    }
+    // Indices outside the point list would read out of range; such a fit cannot be made.
+    for (int idx : interpIdx) {
+        if (idx < 0 || idx >= m) {
+            return false;
+        }
+    }
+    for (const std::pair<int, YdVector>& t : tangents) {
+        if (t.first < 0 || t.first >= m) {
+            return false;
+        }
+    }
+    const int I = static_cast<int>(interpIdx.size());
+    const int T = static_cast<int>(tangents.size());
+    const int S = n + I + T + (f.closed ? p : 0);
+    const int q = p + 1;
+
+    // Basis rows and band limits (the compact form of the m x n basis matrix).
+    std::vector<int> spans;
+    std::vector<double> vals;
+    if (!ComputeBasisRows(knots, p, params, m, spans, vals)) {
+        return false;
+    }
+    std::vector<int> first(static_cast<std::size_t>(n));
+    std::vector<int> last(static_cast<std::size_t>(n));
+    ComputeBandLimits(spans, m, n, p, first.data(), last.data());
+
+    // Normal matrix and the basis-weighted sums of the points, rows ascending. The smoothed
+    // fit sums only inside the band limits, as the banded product does; the plain fit over
+    // every row, as the full product does.
+    BandMatrix ntn(n, p);
+    std::vector<double> rhs(static_cast<std::size_t>(n) * 3, 0.0);
+    for (int r = 0; r < m; ++r) {
+        const int base = spans[static_cast<std::size_t>(r)] - p;
+        const double* v = vals.data() + static_cast<std::size_t>(r) * static_cast<std::size_t>(q);
+        const YdPoint& pt = pts[static_cast<std::size_t>(r)];
+        for (int a = 0; a < q; ++a) {
+            const int i = base + a;
+            const bool inI = !f.smoothed || (first[static_cast<std::size_t>(i)] <= r &&
+                                             r <= last[static_cast<std::size_t>(i)]);
+            if (inI) {
+                double* b = rhs.data() + static_cast<std::size_t>(i) * 3;
+                b[0] += v[a] * pt[0];
+                b[1] += v[a] * pt[1];
+                b[2] += v[a] * pt[2];
+            }
+            for (int c = 0; c < q; ++c) {
+                const int j = base + c;
+                if (f.smoothed) {
+                    const int lo = std::max(first[static_cast<std::size_t>(i)],
+                                            first[static_cast<std::size_t>(j)]);
+                    const int hi = std::min(last[static_cast<std::size_t>(i)],
+                                            last[static_cast<std::size_t>(j)]);
+                    if (r < lo || r > hi) {
+                        continue;
+                    }
+                }
+                ntn.At(i, j) += v[a] * v[c];
+            }
+        }
+    }
+
+    double weight = 0.0;
+    BandMatrix energy(f.smoothed ? n : 0, p);
+    if (f.smoothed) {
+        const double normalMax = ntn.MaxAbs(false);
+        AccumulateEnergy(knots, p, n, 2,
+                         [&energy](int i, int j, double v) { energy.At(i, j) += v; });
+        const double energyMax = energy.MaxAbs(true);
+        // No bending energy at all (every span empty) leaves nothing to scale by.
+        if (!(energyMax > 0.0)) {
+            return false;
+        }
+        weight = f.lambda * (normalMax / energyMax);
+        if (!std::isfinite(weight)) {
+            return false;
+        }
+    }
+
+    // The square system: the n x n block is banded, constraint columns n..S-1 and the columns
+    // n-1-p..n-1 that the closing rows reach lie in the border.
+    const int border = std::min(S, S - n + p + 1);
+    YdBorderedBandLU A(S, border);
+    for (int i = 0; i < n; ++i) {
+        const int jHi = std::min(n - 1, i + p);
+        for (int j = std::max(0, i - p); j <= jHi; ++j) {
+            if (f.smoothed) {
+                A.Set(i, j, weight * energy.Get(i, j) + (1 - f.lambda) * ntn.Get(i, j));
+            } else {
+                A.Set(i, j, ntn.Get(i, j));
+            }
+        }
+    }
+
+    std::vector<YdPoint> B(static_cast<std::size_t>(S), YdPoint(0.0, 0.0, 0.0));
+    const double* U = knots.GetKnots().data();
+    yd_detail::BasisWorkspace ws(p, p);
+    for (int k = 0; k < I; ++k) {
+        const int idx = interpIdx[static_cast<std::size_t>(k)];
+        const double u = params[static_cast<std::size_t>(idx)];
+        const int span = knots.FindSpan(p, u);
+        yd_detail::BasisDersOnSpan(U, span, p, 0, u, ws.Scratch(), ws.Result());
+        for (int j = 0; j <= p; ++j) {
+            const int c = span - p + j;
+            const double v = ws.Result()[j];
+            A.Set(c, n + k, v);
+            A.Set(n + k, c, v);
+        }
+        const YdPoint& pt = pts[static_cast<std::size_t>(idx)];
+        B[static_cast<std::size_t>(n + k)] = YdPoint(pt[0], pt[1], pt[2]);
+    }
+    for (int k = 0; k < T; ++k) {
+        const std::pair<int, YdVector>& t = tangents[static_cast<std::size_t>(k)];
+        const double u = params[static_cast<std::size_t>(t.first)];
+        const int span = knots.FindSpan(p, u);
+        yd_detail::BasisDersOnSpan(U, span, p, 1, u, ws.Scratch(), ws.Result());
+        for (int j = 0; j <= p; ++j) {
+            const int c = span - p + j;
+            const double v = ws.Result()[q + j];
+            A.Set(c, n + I + k, v);
+            A.Set(n + I + k, c, v);
+        }
+        B[static_cast<std::size_t>(n + I + k)] = YdPoint(t.second[0], t.second[1], t.second[2]);
+    }
+    if (f.closed) {
+        // Derivatives 0..p-1 at the start minus those at the end vanish. Every write is a
+        // store, made in exactly this order: when n <= 2p + 1 the start and end groups overlap
+        // and a later store replaces an earlier one, so the column and row parts then differ.
+        // Hosts depend on the systems (and the failures) this gives, so it is kept.
+        const double us = U[p];
+        const double ue = U[n];
+        std::vector<double> Ds(static_cast<std::size_t>(q) * static_cast<std::size_t>(p));
+        std::vector<double> De(static_cast<std::size_t>(q) * static_cast<std::size_t>(p));
+        const int spanS = knots.FindSpan(p, us);
+        yd_detail::BasisDersOnSpan(U, spanS, p, p - 1, us, ws.Scratch(), ws.Result());
+        std::copy(ws.Result(), ws.Result() + Ds.size(), Ds.begin());
+        const int spanE = knots.FindSpan(p, ue);
+        yd_detail::BasisDersOnSpan(U, spanE, p, p - 1, ue, ws.Scratch(), ws.Result());
+        std::copy(ws.Result(), ws.Result() + De.size(), De.begin());
+        auto ds = [&Ds, q](int k, int j) { return Ds[static_cast<std::size_t>(k * q + j)]; };
+        auto de = [&De, q](int k, int j) { return De[static_cast<std::size_t>(k * q + j)]; };
+        for (int j = 0; j <= p; ++j) {
+            for (int k = 0; k < p; ++k) {
+                A.Set(j, S - p + k, ds(k, j));
+            }
+        }
+        for (int t = p; t >= 0; --t) {
+            for (int k = 0; k < p; ++k) {
+                A.Set(n - 1 - t, S - p + k, -de(k, p - t));
+            }
+        }
+        for (int t = p - 1; t >= 0; --t) {
+            const int k = p - 1 - t;
+            for (int j = 0; j <= p; ++j) {
+                A.Set(S - 1 - t, j, ds(k, j));
+                A.Set(S - 1 - t, n - 1 - p + j, -de(k, j));
+            }
+        }
+    }
+
+    for (int i = 0; i < n; ++i) {
+        const double* b = rhs.data() + static_cast<std::size_t>(i) * 3;
+        if (f.smoothed) {
+            const double w = 1 - f.lambda;
+            B[static_cast<std::size_t>(i)] = YdPoint(w * b[0], w * b[1], w * b[2]);
+        } else {
+            B[static_cast<std::size_t>(i)] = YdPoint(b[0], b[1], b[2]);
+        }
+    }
+
+    std::vector<int> pivots(static_cast<std::size_t>(S));
+    if (!A.LUDecompose(pivots)) {
+        return false;
+    }
+    if (!A.GetSolutionAfterLUDecompose(pivots, B)) {
+        return false;
+    }
+    for (int i = 0; i < n; ++i) {
+        if (!IsFinitePoint(B[static_cast<std::size_t>(i)])) {
+            return false;
+        }
+    }
+    for (int i = 0; i < n; ++i) {
+        const YdPoint& s = B[static_cast<std::size_t>(i)];
+        ctrl[static_cast<std::size_t>(i)] = YdPoint(s[0], s[1], s[2]);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool YdBSplineCurve::LeastSquareFitOpen(int numCtrlPnts, const std::vector<int>& interpIdx,
+                                        bool keepKnots, double lambda) {
+    return LeastSquareFitOpen(numCtrlPnts, TangentList(), interpIdx, keepKnots, lambda);
+}
+
+bool YdBSplineCurve::LeastSquareFitOpen(int numCtrlPnts, const TangentList& tangents,
+                                        const std::vector<int>& interpIdx, bool keepKnots,
+                                        double lambda) {
+    AllocateMemory(m_degree, numCtrlPnts, !keepKnots);
+    if (!keepKnots) {
+        DetermineKnotVector(false);
+    }
+    FitSetup f;
+    f.p = m_degree;
+    f.n = numCtrlPnts;
+    f.knots = &m_knotVec;
+    f.points = &m_fitPnts;
+    f.params = &m_pointParams;
+    f.interpIdx = &interpIdx;
+    f.tangents = &tangents;
+    f.closed = false;
+    f.smoothed = true;
+    f.lambda = lambda;
+    return SolveFit(f, m_ctrlPnts);
+}
+
+bool YdBSplineCurve::LeastSquareFitClosed(int numCtrlPnts, const std::vector<int>& interpIdx,
+                                          bool keepKnots, double lambda) {
+    return LeastSquareFitClosed(numCtrlPnts, TangentList(), interpIdx, keepKnots, lambda);
+}
+
+bool YdBSplineCurve::LeastSquareFitClosed(int numCtrlPnts, const TangentList& tangents,
+                                          const std::vector<int>& interpIdx, bool keepKnots,
+                                          double lambda) {
+    AllocateMemory(m_degree, numCtrlPnts, !keepKnots);
+    if (!keepKnots) {
+        DetermineKnotVector(false);
+    }
+    FitSetup f;
+    f.p = m_degree;
+    f.n = numCtrlPnts;
+    f.knots = &m_knotVec;
+    f.points = &m_fitPnts;
+    f.params = &m_pointParams;
+    f.interpIdx = &interpIdx;
+    f.tangents = &tangents;
+    f.closed = true;
+    f.smoothed = true;
+    f.lambda = lambda;
+    return SolveFit(f, m_ctrlPnts);
+}
+
+bool YdBSplineCurve::LeastSquareFitSpecial(int numCtrlPnts, const TangentList& tangents,
+                                           const std::vector<int>& interpIdx) {
+    AllocateMemory(m_degree, numCtrlPnts, true);
+    DetermineKnotVector(false);
+    FitSetup f;
+    f.p = m_degree;
+    f.n = numCtrlPnts;
+    f.knots = &m_knotVec;
+    f.points = &m_fitPnts;
+    f.params = &m_pointParams;
+    f.interpIdx = &interpIdx;
+    f.tangents = &tangents;
+    f.closed = false;
+    f.smoothed = false;
+    return SolveFit(f, m_ctrlPnts);
+}
+
+void YdBSplineCurve::CalucalteErrorMatrix(YdMatrix& N, int* first, int* last, int numCtrlPnts) {
+    const int p = m_degree;
+    const int n = numCtrlPnts;
+    const int m = static_cast<int>(std::min(m_fitPnts.size(), m_pointParams.size()));
+    std::vector<int> spans(static_cast<std::size_t>(std::max(m, 0)), p);
+    if (p >= 0 && yd_detail::BasisKnotsUsable(m_knotVec.GetCount(), p)) {
+        std::vector<std::vector<double>> ders;
+        for (int r = 0; r < m; ++r) {
+            int span = p;
+            YdNurbsHelper::GetBasisFunctionValue(
+                m_knotVec, p, 0, m_pointParams[static_cast<std::size_t>(r)], ders, span);
+            spans[static_cast<std::size_t>(r)] = span;
+            if (r >= N.GetRow()) {
+                continue;
+            }
+            for (int j = 0; j <= p; ++j) {
+                const int c = span - p + j;
+                if (c >= 0 && c < N.GetCol()) {
+                    N[r][c] = ders[0][static_cast<std::size_t>(j)];
+                }
+            }
+        }
+    }
+    if (first != nullptr && last != nullptr && n > 0) {
+        ComputeBandLimits(spans, m, n, p, first, last);
+    }
+}
+
+void YdBSplineCurve::CalculateEnergyMatrix(int derivOrder, YdMatrix& K, double& maxAbs) {
+    const int n = GetNumOfCtrlPnts();
+    AccumulateEnergy(m_knotVec, m_degree, n, derivOrder, [&K](int i, int j, double v) {
+        if (i < K.GetRow() && j < K.GetCol()) {
+            K[i][j] += v;
+        }
+    });
+    double biggest = 0.0;
+    for (int i = 0; i < K.GetRow(); ++i) {
+        for (int j = i; j < K.GetCol(); ++j) {
+            const double v = std::fabs(K[i][j]);
+            if (v > biggest) {
+                biggest = v;
+            }
+        }
+    }
+    maxAbs = biggest;
+}
