@@ -81,15 +81,17 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
 
     /// The curve point at u. u is not clamped: outside the knot range the first or last span's
     /// polynomial is extended. At endParam the result is the last control point of a clamped
-    /// curve. Allocation-free. A curve without a non-empty span (fewer than p + 2 knots, or
-    /// fewer control points than the knots need) gives the point (0, 0, 0) rather than reading
-    /// out of range.
+    /// curve. Allocation-free. The result is a fresh point (host attributes zero). A curve that
+    /// cannot be evaluated (a negative degree, fewer than 2 (p + 1) knots, or fewer control
+    /// points than the knots need; extra control points are not read) gives the point
+    /// (0, 0, 0) rather than reading out of range.
     YdPoint Evaluate(double u) const;
     /// The curve point at u into pt and the derivatives 1..numDerivs into derivs (resized to
     /// numDerivs; derivs[0] is the first derivative, derivs[1] the second). Derivatives of an
-    /// order above the degree are zero vectors. Always true; a curve that cannot be evaluated
-    /// (see Evaluate(u)) gives the zero point and zero derivatives. Allocation-free when derivs
-    /// already holds numDerivs entries.
+    /// order above the degree are zero vectors; a negative numDerivs counts as 0. pt receives
+    /// the coordinates as by pt = YdPoint(x, y, z). Always true; a curve that cannot be
+    /// evaluated (see Evaluate(u)) gives the zero point and zero derivatives. Allocation-free
+    /// when derivs already holds numDerivs entries.
     bool Evaluate(double u, int numDerivs, YdPoint& pt, std::vector<YdVector>& derivs) const;
 
     /// Maps the control points and then the fit points by m (a 4-row matrix is a rotation
@@ -114,13 +116,16 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// not checked). Each vector is the derivative with respect to the normalised parameter,
     /// used as it stands. Degree min(3, m + k - 1). With two points the derivatives are
     /// ignored. For a closed curve the derivative rows overwrite the closure rows, as hosts
-    /// expect. Null for fewer than two points or a singular system.
+    /// expect; closure rows that would fall beyond the system (fewer than p - 1 derivatives)
+    /// are dropped, so the curve still closes in position. Null for fewer than two points, a
+    /// derivative index outside the point list, or a singular system.
     static YdBSplineCurve* CreateInterpolateCurve(
         const std::vector<YdPoint>& points, const std::vector<std::pair<int, YdVector>>& derivs,
         bool closed);
     /// Interpolation with the caller's degree, parameters (one per point, not stored) and
     /// complete knot vector. Two or three points become the control points as they are. Null
-    /// for fewer than two points or a singular system.
+    /// for fewer than two points, a negative degree, knots too short for the degree, fewer
+    /// parameters than points, more points than unknowns, or a singular system.
     static YdBSplineCurve* CreateInterpolateCurve(const std::vector<YdPoint>& points, int degree,
                                                   const std::vector<double>& params,
                                                   const YdKnotVec& knots, bool closed);
@@ -143,19 +148,25 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// Inserts u once without changing the shape. False (curve unchanged) for u outside the
     /// open interval (0, 1), for u equal to an existing knot when allowExisting is false, and
     /// when the knot already has multiplicity p. u within 1e-7 of a knot snaps onto it.
+    /// Guarded, also false: NaN, a curve whose knot count does not match its control points
+    /// and degree, and u outside the curve's own knot range (which would unorder the knots).
     bool InsertKnot(double u, bool allowExisting);
     /// Removes one occurrence of the interior knot u (matched within 1e-5) when the curve moves
     /// by at most tol (a length; the test is tol >= distance). False, curve unchanged, for u
     /// outside (0, 1), u not a knot, or a removal that would move the curve more than tol.
+    /// Guarded, also false: NaN, degree 0, a malformed curve, and u that snaps onto an end
+    /// knot (the removal would read before the first control point).
     bool RemoveKnot(double u, double tol);
     /// Two new open curves, each reparameterised to [0, 1], for the pieces [start, u] and
     /// [u, end]; for u at or beyond the ends, one copy made from knots and control points.
-    /// The caller owns the curves.
+    /// Also one copy (guarded) for a malformed curve, a refused insertion, or u within 1e-7 of
+    /// an end, where a piece would have no span. The caller owns the curves.
     std::vector<YdBSplineCurve*> SplitCurve(double u);
     /// A new open curve for the parameter range [u1, u2], reparameterised to [0, 1]; u1 below
     /// the first knot and u2 above the last are clamped. Null when u1 >= u2 after clamping
     /// (there is no piece to extract; the literal algorithm would divide by zero or index out
-    /// of range).
+    /// of range), and likewise for NaN bounds, a malformed curve, a bound within about 1e-7 of
+    /// an end knot on the wrong side, or a refused insertion.
     YdBSplineCurve* ExtractSubCurve(double u1, double u2) const;
     /// ExtractSubCurve between the curve points nearest to p1 and p2, parameters taken in the
     /// order of the points. Null when a nearest-point search fails or the first point projects
@@ -170,11 +181,15 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// 1e-4 means 0.01 length units). Two points give a straight cubic; three or four are
     /// interpolated. Otherwise a binary search on the control-point count between 5 and 500
     /// keeps the smallest curve within tolerance or, if none is, the least-error one (check
-    /// the deviation if it matters). Null for fewer than two points or when no fit succeeds.
+    /// the deviation if it matters). A trial with exactly 500 control points is never taken
+    /// as the within-tolerance choice (kept: hosts rely on the strict bound). Null for fewer
+    /// than two points, non-finite coordinates, all points equal (three or more), or when no
+    /// fit succeeds or none can be chosen.
     static YdBSplineCurve* CreateApproximateCurve(const std::vector<YdPoint>& points, bool closed,
                                                   double tolerance);
-    /// As above, with the points at indices interpIdx met exactly (indices not checked; a
-    /// repeated index makes every fit singular, so the result is null).
+    /// As above, with the points at indices interpIdx met exactly (a repeated index makes
+    /// every fit singular and an index outside the point list fails every fit, so the result
+    /// is null).
     static YdBSplineCurve* CreateApproximateCurve(const std::vector<YdPoint>& points,
                                                   const std::vector<int>& interpIdx, bool closed,
                                                   double tolerance);
@@ -185,12 +200,13 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
         const std::vector<YdPoint>& points, const std::vector<int>& interpIdx,
         const std::vector<std::pair<int, YdVector>>& tangents, bool closed, double tolerance);
     /// One fit with exactly numCtrlPnts control points; the error is not checked. Null when
-    /// the fit fails (a singular system).
+    /// the fit fails (a singular system, numCtrlPnts below 4, a bad index, non-finite points).
     static YdBSplineCurve* CreateApproximateCurve(const std::vector<YdPoint>& points,
                                                   const std::vector<int>& interpIdx,
                                                   int numCtrlPnts, bool closed);
     /// One fit on the given complete knot vector (a cubic's: count - 4 control points),
-    /// returned only when its largest squared distance is below tolerance; else null.
+    /// returned only when its largest squared distance is below tolerance, whatever its
+    /// control-point count (the bound of 500 belongs to the search); else null.
     static YdBSplineCurve* CreateApproximateCurveWithKnot(const std::vector<YdPoint>& points,
                                                           const std::vector<double>& knots,
                                                           const std::vector<int>& interpIdx,
@@ -211,27 +227,32 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// five start values taken from a coarse sampling of every span. The stopping cosine is
     /// cos(89.5) with the argument in radians (about 0.0354), taken as it stands. A closed
     /// curve wraps the parameter across its seam; an open one clamps it. A step whose
-    /// denominator is zero ends that start value's iteration (guarded: no NaN parameter).
-    /// False only when there is no start value (a curve without spans); out-parameters are
-    /// then untouched.
+    /// denominator is zero, or whose new parameter is not finite, ends that start value's
+    /// iteration (guarded: no NaN parameter); a closed curve's wrap of a far-away parameter is
+    /// bounded. False, out-parameters untouched, when there is no start value (a curve without
+    /// spans: degree below 0, no more control points than the degree, a knot count other than
+    /// control points + degree + 1, or a parameter range of zero width) or when no start value
+    /// ends at a finite distance (a NaN query point).
     bool FindNearestPoint(const YdPoint& P, double& u, YdPoint& nearest,
                           double* u0 = nullptr) const;
     /// The point at arc length `dist` (a length) from the projection of P, forward (towards
     /// parameter 1) or backward (towards 0), by bisection on Romberg lengths with relative
     /// tolerance `tol` until the length error is below 1e-7. False when the projection fails,
     /// or when dist runs past the end of the curve: then u and point report that end. The
-    /// bisection is bounded to 200 halvings (far below the resolution of a double), so it ends
-    /// even when the length cannot reach 1e-7 accuracy.
+    /// bisection is bounded to 200 halvings (far below the resolution of a double) and stops
+    /// when the bracket is two neighbouring doubles, so it ends even when the length cannot
+    /// reach 1e-7 accuracy (for example a negative distance).
     bool locatePoint(const YdPoint& P, double dist, bool forward, double& u, YdPoint& point,
                      double tol) const;
     /// Curvature |C' x C''| / |C'|^3 at u (1 / length unit); true. A zero first derivative
-    /// gives the division's non-finite value.
+    /// gives the division's non-finite value. False, k untouched, for a curve without spans
+    /// (see FindNearestPoint). Allocation-free.
     bool CalculateCurvature(double u, double& k) const;
-    /// Radius of curvature 1 / k at u; -1.0 when the curvature cannot be evaluated; infinity
-    /// for zero curvature (a straight piece).
+    /// Radius of curvature 1 / k at u (a length); -1.0 when the curvature cannot be evaluated
+    /// (a curve without spans); infinity for zero curvature (a straight piece).
     double CalcRadiusOfCurvature(double u) const;
     /// The Frenet frame at u: origin C(u), X along the binormal C' x C'', Y along C' (the frame
-    /// normalises them); true.
+    /// normalises them); true. False, frame untouched, for a curve without spans.
     bool FrenetFrame(double u, YdFrame& frame) const;
     /// The point and parameter at half the Gauss length of [0, 1], by bisection to 1e-5 in
     /// length, at most 100 rounds.
@@ -248,15 +269,22 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// distance). The offset vector is transported span by span with the rotation that turns
     /// each tangent into the next, ten samples per non-empty span (the tolerance does not
     /// change the sampling, as hosts expect), and the samples are fitted with
-    /// CreateApproximateCurve at `tolerance` (a squared distance). Null when the fit fails.
+    /// CreateApproximateCurve at `tolerance` (a squared distance). The start normal is the
+    /// unit principal normal, so the offset is `distance` also where the speed varies. A
+    /// straight start (second derivative zero or along the tangent) has no normal: the offset
+    /// vector is then zero and the offset follows the curve, rather than an invented
+    /// direction. Null when the fit fails or the curve is malformed (a negative degree, fewer
+    /// than 2 (p + 1) knots).
     YdBSplineCurve* OffSetCurve(double distance, double tolerance) const;
     /// The same algorithm applied to `curve`.
     static YdBSplineCurve* CreateOffSetBSpline(const YdBSplineCurve& curve, double distance,
                                                double tolerance);
     /// Moves the seam of a closed curve to parameter u in (0, 1): the curve then starts at the
     /// old C(u) and traces the same shape, with knots spread in proportion to arc length.
-    /// True and unchanged for |u| < 1e-7. False, unchanged, for an open curve or when a piece
-    /// cannot be extracted. Fit points and parameters are not updated.
+    /// True and unchanged for |u| < 1e-7. False, unchanged, for an open curve, a negative
+    /// degree, or when a piece cannot be extracted (u < 0 or u >= 1). A curve of zero length
+    /// splits its knots at u itself (the length ratio would be 0 / 0). Fit points and
+    /// parameters are not updated.
     bool Rotate(double u);
 
   private:
@@ -269,7 +297,10 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// One smoothed least-squares fit of an open curve with numCtrlPnts control points on the
     /// curve's own fit points and parameters; lambda in [0, 1] weighs the bending energy.
     /// False on a singular system (control points then resized but not filled) or when the
-    /// bending energy is zero everywhere (guarded: no division by zero).
+    /// bending energy is zero everywhere (guarded: no division by zero); also false for a
+    /// degree below 1, fewer than p + 1 control points, a knot count other than n + p + 1, a
+    /// non-finite fit point or basis value, an index outside the point list, or a non-finite
+    /// solution.
     bool LeastSquareFitOpen(int numCtrlPnts, const std::vector<int>& interpIdx, bool keepKnots,
                             double lambda);
     /// The same with first-derivative constraints. Note the argument order: tangents before
@@ -277,7 +308,9 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     bool LeastSquareFitOpen(int numCtrlPnts, const std::vector<std::pair<int, YdVector>>& tangents,
                             const std::vector<int>& interpIdx, bool keepKnots, double lambda);
     /// Closed smoothed fit: the open system plus p constraints joining derivatives 0..p-1 at
-    /// both ends, written in the stated overlapping order when numCtrlPnts <= 2p + 1.
+    /// both ends. When numCtrlPnts <= 2p + 1 the start and end columns overlap and the stores
+    /// are made in a fixed order, a later one replacing an earlier one (kept as hosts expect;
+    /// such systems may be singular).
     bool LeastSquareFitClosed(int numCtrlPnts, const std::vector<int>& interpIdx, bool keepKnots,
                               double lambda);
     bool LeastSquareFitClosed(int numCtrlPnts,

@@ -81,7 +81,7 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     double getRadiusOfCurvature(const YdPoint& p) const;
     /// The point at arc length `distance` from the projection of `from`, forward when
     /// `direction` is true (see YdBSplineCurve::locatePoint). False without a curve, for a
-    /// negative distance, or for a zero tolerance.
+    /// negative or NaN distance, or for a zero or NaN tolerance.
     bool interpolate(const YdPoint& from, double distance, bool direction, double& u,
                      YdPoint& point, double tolerance) const;
     /// First-order step: u = u0 + distance / |C'(u0)|, not clamped. False without a curve or
@@ -91,7 +91,8 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     /// `distance` (a length) from C(u0), to within `tolerance` (a length). Newton steps are
     /// clamped to [u0, endParam]; at most ten steps can succeed (the eleventh is not tested,
     /// as hosts expect). False, u untouched, without a curve, for u0 outside the curve's range,
-    /// or when the search does not converge.
+    /// for a NaN argument or Newton step, or when the search does not converge. A zero
+    /// distance where the derivative is zero starts (and ends) at u0.
     bool interpolateByNewtonIter(double u0, double distance, double& u, double tolerance) const;
     /// The same search, also delivering the point reached.
     bool interpolateByNewtonIterW(double u0, double distance, double& u, YdPoint& point,
@@ -101,7 +102,12 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     // Curvature extremes (parameter -> curvature maps, filled lazily)
 
     /// Recomputes both maps: every local maximum and minimum of curvature, each bracket
-    /// narrowed to 1e-6 in parameter. False without a curve.
+    /// narrowed to 1e-6 in parameter (a bracket already narrower records its midpoint). The
+    /// rough stage walks monotone stretches in steps of 1e-5, so the cost grows with the width
+    /// of the knot range. False without a curve, or when its knots are unusable (a negative
+    /// degree, a non-finite knot). Guards against endless walks: a walk stops when its step no
+    /// longer moves the parameter (knot values beyond about 1e11) and after at most 1e8 steps
+    /// (only reached for knot ranges wider than 1e3).
     bool computeExtremeCurvatures();
     /// The local maxima, computed first if the map is empty.
     std::map<double, double>& getLocalMaxCurvatures();
@@ -121,7 +127,11 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     /// the whole segment (newLineEnd = newLineStart = lineStart). newLineStart/newLineEnd
     /// receive the shortened segment; *transition and *rest (the remaining curve) receive new
     /// curves when those out-pointers are not null (null out-pointers are allowed: the curves
-    /// are then not made). False for a null curve.
+    /// are then not made). False for a null curve. A zero derivative has no direction: its
+    /// unit tangent is the zero vector, so a zero-length segment vanishes and the transition
+    /// leaves lineStart with a zero start derivative. A curve whose parameter range is empty
+    /// gives true with *rest null. The inputs are copied first, so the out-points may alias
+    /// lineStart and lineEnd.
     static bool fitCurveToConnectLineAndCurve(const YdPoint& lineStart, const YdPoint& lineEnd,
                                               YdBSplineCurve* curve, double tolerance,
                                               YdPoint& newLineStart, YdPoint& newLineEnd,
@@ -141,11 +151,13 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
                                                        YdBSplineCurve* second, const YdPoint& via);
     /// An approximation of points (first and last met exactly) that leaves with the end
     /// derivative of `curve`; tolerance is a squared distance. Make points[0] the curve's end
-    /// point for a join continuous in position and tangent. Null without a curve.
+    /// point for a join continuous in position and tangent. Null without a curve or with
+    /// fewer than two points.
     static YdBSplineCurve* fitConnectCurve(YdBSplineCurve* curve, std::vector<YdPoint>& points,
                                            double tolerance);
     /// An approximation of points (first and last met exactly) with both end derivatives
-    /// prescribed, unscaled; tolerance is a squared distance. Null on failure.
+    /// prescribed, unscaled; tolerance is a squared distance. Null with fewer than two points
+    /// or when the fit fails.
     static YdBSplineCurve* fitCurve(const std::vector<YdPoint>& points, const YdVector& headTangent,
                                     const YdVector& tailTangent, double tolerance);
     /// The pieces of YdBSplineCurve::SplitCurve(u); empty for a null curve.
@@ -158,14 +170,19 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     /// startParam + 1e-8 (the end point is never written), to the text file `path`: one
     /// "x y z" line per point in the stream's default double formatting, ended by endl. An
     /// existing file is truncated. Nothing is reported: an unwritable path writes nothing and
-    /// throws nothing. count < 1 only creates or truncates the file (a negative count would
-    /// otherwise never end); a null curve writes nothing and leaves the file alone.
+    /// throws nothing. count = 0 makes the step infinite, so exactly one point (at the start)
+    /// is written, as hosts expect. count < 0 only creates or truncates the file (the sampling
+    /// would otherwise never end); so does a step too small to move the parameter (knots near
+    /// 1e12). A null curve writes nothing and leaves the file alone. Points are written as
+    /// they are sampled, so a huge count costs time, not memory.
     static void exportCurve(YdBSplineCurve* curve, const std::string& path, int count);
 
   private:
     friend struct YdCurveFitFilterTestAccess;
 
     /// Cuts every gap longer than 1.5 times the average gap into ceil(d / avg) equal pieces.
+    /// No densifying for fewer than two points or an average gap that is not positive and
+    /// finite. Given points keep their host attributes; inserted points have none.
     void preprocessFitPoints();
     /// One Newton step on f(u) = |C(u) - from|^2 - distanceSquared.
     static bool iterateFunction(YdBSplineCurve* curve, const YdPoint& from, double u,
