@@ -10,94 +10,17 @@
 #include <random>
 #include <vector>
 
+#include "YdAllocationCounter.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdFrame.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
 // Point inversion and curvature sit on hot paths: this program counts heap allocations
 // through replaced global allocation functions to show that they make none.
-namespace {
-
-std::atomic<long> g_heapAllocations{0};
-
-void* CountingMalloc(std::size_t n) {
-    g_heapAllocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(n == 0 ? 1 : n)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-void* CountingAlignedMalloc(std::size_t n, std::align_val_t al) {
-    g_heapAllocations.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t a = static_cast<std::size_t>(al);
-    if (void* p = std::aligned_alloc(a, (n + a - 1) / a * a)) {
-        return p;
-    }
-    throw std::bad_alloc();
-}
-
-}  // namespace
-
-void* operator new(std::size_t n) {
-    return CountingMalloc(n);
-}
-void* operator new[](std::size_t n) {
-    return CountingMalloc(n);
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return CountingMalloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return CountingMalloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new(std::size_t n, std::align_val_t al) {
-    return CountingAlignedMalloc(n, al);
-}
-void* operator new[](std::size_t n, std::align_val_t al) {
-    return CountingAlignedMalloc(n, al);
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
-    std::free(p);
-}
 
 struct YdBSplineCurveTestAccess {
     static void DetermineUInitial(const YdBSplineCurve& c, const YdPoint& P,
@@ -113,34 +36,8 @@ using ydtest::VectorsNear;
 
 constexpr double kPi = 3.14159265358979323846;
 
-// A clamped curve on [0, 1] with the given interior knots.
-YdBSplineCurve MakeCurve(const std::vector<YdPoint>& ctrl, const std::vector<double>& interior,
-                         int degree, bool closed = false) {
-    std::vector<double> k(static_cast<std::size_t>(degree) + 1, 0.0);
-    k.insert(k.end(), interior.begin(), interior.end());
-    k.insert(k.end(), static_cast<std::size_t>(degree) + 1, 1.0);
-    YdKnotVec kv;
-    kv.SetKnots(k);
-    return YdBSplineCurve(kv, ctrl, degree, closed);
-}
-
-// A cubic with n control points on a random walk and random interior knots.
-YdBSplineCurve RandomCubic(std::mt19937& rng, int n) {
-    std::uniform_real_distribution<double> step(-3.0, 3.0);
-    std::uniform_real_distribution<double> unit(0.02, 0.98);
-    std::vector<YdPoint> ctrl;
-    YdPoint p(0.0, 0.0, 0.0);
-    for (int i = 0; i < n; ++i) {
-        p = YdPoint(p[0] + 2.0 + step(rng), p[1] + step(rng), p[2] + 0.5 * step(rng));
-        ctrl.push_back(p);
-    }
-    std::vector<double> interior;
-    for (int i = 0; i < n - 4; ++i) {
-        interior.push_back(unit(rng));
-    }
-    std::sort(interior.begin(), interior.end());
-    return MakeCurve(ctrl, interior, 3);
-}
+using ydtest::MakeCurve;
+using ydtest::RandomCubic;
 
 // An interpolated curve through samples of a random low-frequency space path over about 20
 // length units: the kind of curve a tool path gives (gently bent, radius of curvature of a few
@@ -985,9 +882,9 @@ TEST(CurveQueriesBadInput, RunawayParameterOnClosedCurveWraps) {
 // Hot paths
 
 TEST(CurveQueriesHotPath, CountingAllocatorIsInUse) {
-    const long before = g_heapAllocations.load();
+    const long before = ydtest::g_allocationCount.load();
     std::unique_ptr<std::vector<double>> v(new std::vector<double>(10, 1.0));
-    EXPECT_GE(g_heapAllocations.load() - before, 2);
+    EXPECT_GE(ydtest::g_allocationCount.load() - before, 2);
 }
 
 TEST(CurveQueriesHotPath, InversionAndCurvatureAllocateNothing) {
@@ -1000,7 +897,7 @@ TEST(CurveQueriesHotPath, InversionAndCurvatureAllocateNothing) {
         queries.emplace_back(on[0] + 0.3, on[1] - 0.2, on[2] + 0.1);
     }
     double sink = 0.0;
-    const long before = g_heapAllocations.load();
+    const long before = ydtest::g_allocationCount.load();
     for (const YdPoint& P : queries) {
         double u = 0.0;
         YdPoint q;
@@ -1011,7 +908,7 @@ TEST(CurveQueriesHotPath, InversionAndCurvatureAllocateNothing) {
         ASSERT_TRUE(c.CalculateCurvature(u, k));
         sink += u + k + c.CalcRadiusOfCurvature(u);
     }
-    EXPECT_EQ(g_heapAllocations.load() - before, 0);
+    EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0);
     EXPECT_TRUE(std::isfinite(sink));
 }
 

@@ -10,91 +10,10 @@
 #include <random>
 #include <vector>
 
+#include "YdAllocationCounter.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
-
-namespace {
-
-std::atomic<long> g_allocations{0};
-
-void* CountedAlloc(std::size_t n) {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    void* p = std::malloc(n == 0 ? 1 : n);
-    if (p == nullptr) {
-        throw std::bad_alloc();
-    }
-    return p;
-}
-
-void* CountedAlignedAlloc(std::size_t n, std::align_val_t al) {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    const std::size_t a = static_cast<std::size_t>(al);
-    void* p = std::aligned_alloc(a, (n + a - 1) / a * a);
-    if (p == nullptr) {
-        throw std::bad_alloc();
-    }
-    return p;
-}
-
-}  // namespace
-
-void* operator new(std::size_t n) {
-    return CountedAlloc(n);
-}
-void* operator new[](std::size_t n) {
-    return CountedAlloc(n);
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return CountedAlloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return CountedAlloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new(std::size_t n, std::align_val_t al) {
-    return CountedAlignedAlloc(n, al);
-}
-void* operator new[](std::size_t n, std::align_val_t al) {
-    return CountedAlignedAlloc(n, al);
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, const std::nothrow_t&) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
-    std::free(p);
-}
 
 namespace {
 
@@ -119,21 +38,21 @@ YdBSplineCurve MakeCurve(int degree, int numCtrl) {
 
 TEST(EvaluateNoAlloc, CountingAllocatorSeesAllocations) {
     // Guards the guard: the replacement functions must really be the ones in use.
-    const long before = g_allocations.load();
+    const long before = ydtest::g_allocationCount.load();
     std::vector<double>* v = new std::vector<double>(100, 1.0);
     delete v;
-    EXPECT_GE(g_allocations.load() - before, 2);
+    EXPECT_GE(ydtest::g_allocationCount.load() - before, 2);
 }
 
 TEST(EvaluateNoAlloc, PointEvaluationAllocatesNothing) {
     for (int degree : {1, 2, 3, 5, 15}) {
         const YdBSplineCurve c = MakeCurve(degree, 40);
         double sink = 0.0;
-        const long before = g_allocations.load();
+        const long before = ydtest::g_allocationCount.load();
         for (int i = 0; i <= 1000; ++i) {
             sink += c.Evaluate(i / 1000.0)[0];
         }
-        EXPECT_EQ(g_allocations.load() - before, 0) << "degree " << degree;
+        EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0) << "degree " << degree;
         EXPECT_TRUE(sink == sink);
     }
 }
@@ -145,14 +64,14 @@ TEST(EvaluateNoAlloc, DerivativeEvaluationWithAReusedListAllocatesNothing) {
         YdPoint pt;
         c.Evaluate(0.5, 2, pt, derivs);  // sizes the list once
         double sink = 0.0;
-        const long before = g_allocations.load();
+        const long before = ydtest::g_allocationCount.load();
         for (int i = 0; i <= 1000; ++i) {
             c.Evaluate(i / 1000.0, 2, pt, derivs);
             sink += pt[0] + derivs[1][2];
         }
         // Orders above the degree come back as zero vectors without allocation as well.
         c.Evaluate(0.25, 2, pt, derivs);
-        EXPECT_EQ(g_allocations.load() - before, 0) << "degree " << degree;
+        EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0) << "degree " << degree;
         EXPECT_TRUE(sink == sink);
     }
 }
@@ -163,11 +82,11 @@ TEST(EvaluateNoAlloc, BasisFunctionsWithReusedRowsAllocateNothing) {
     int span = -1;
     YdNurbsHelper::GetBasisFunctionValue(c.KnotVec(), 3, 2, 0.5, ders, span);
     double sink = 0.0;
-    const long before = g_allocations.load();
+    const long before = ydtest::g_allocationCount.load();
     for (int i = 0; i <= 1000; ++i) {
         YdNurbsHelper::GetBasisFunctionValue(c.KnotVec(), 3, 2, i / 1000.0, ders, span);
         sink += ders[2][1];
     }
-    EXPECT_EQ(g_allocations.load() - before, 0);
+    EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0);
     EXPECT_TRUE(sink == sink);
 }

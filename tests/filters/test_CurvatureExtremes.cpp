@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "YdAllocationCounter.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
@@ -19,37 +20,6 @@
 
 // The curvature searches evaluate thousands of curvatures per span; this program counts heap
 // allocations to check that those evaluations allocate nothing.
-namespace {
-std::atomic<long> g_allocations{0};
-
-void* CountedAlloc(std::size_t n) {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    void* p = std::malloc(n == 0 ? 1 : n);
-    if (p == nullptr) {
-        throw std::bad_alloc();
-    }
-    return p;
-}
-}  // namespace
-
-void* operator new(std::size_t n) {
-    return CountedAlloc(n);
-}
-void* operator new[](std::size_t n) {
-    return CountedAlloc(n);
-}
-void operator delete(void* p) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p) noexcept {
-    std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    std::free(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    std::free(p);
-}
 
 using Bracket = std::pair<double, double>;
 using BracketList = std::vector<Bracket>;
@@ -557,14 +527,14 @@ TEST(CurvatureExtremes, WalkAndNarrowingAllocateNothingPerEvaluation) {
     YdCurveFitFilter f = FilterOn(c.get());
     const BracketList one = {Bracket(0.0, 1.0)};
     Bracket r;
-    const long before = g_allocations.load();
+    const long before = ydtest::g_allocationCount.load();
     // About 30000 curvature evaluations without a turn.
     EXPECT_FALSE(Access::ShrinkMax(f, Bracket(0.6, 0.9), r, true));
-    EXPECT_EQ(g_allocations.load() - before, 0);
-    const long mid = g_allocations.load();
+    EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0);
+    const long mid = ydtest::g_allocationCount.load();
     ASSERT_TRUE(Access::ExactMax(f, one));
     // Only the map node of the one extreme found.
-    EXPECT_LE(g_allocations.load() - mid, 1);
+    EXPECT_LE(ydtest::g_allocationCount.load() - mid, 1);
     EXPECT_EQ(Access::MaxMap(f).size(), 1u);
 }
 
