@@ -426,18 +426,9 @@ bool YdBSplineCurve::LeastSquareFitOpen(int numCtrlPnts, const TangentList& tang
     if (!keepKnots) {
         DetermineKnotVector(false);
     }
-    FitSetup f;
-    f.p = m_degree;
-    f.n = numCtrlPnts;
-    f.knots = &m_knotVec;
-    f.points = &m_fitPnts;
-    f.params = &m_pointParams;
-    f.interpIdx = &interpIdx;
-    f.tangents = &tangents;
-    f.closed = false;
-    f.smoothed = true;
-    f.lambda = lambda;
-    return SolveFit(f, m_ctrlPnts);
+    return SolveFit(FitSetup{m_degree, numCtrlPnts, &m_knotVec, &m_fitPnts, &m_pointParams,
+                             &interpIdx, &tangents, false, true, lambda},
+                    m_ctrlPnts);
 }
 
 bool YdBSplineCurve::LeastSquareFitClosed(int numCtrlPnts, const std::vector<int>& interpIdx,
@@ -452,35 +443,18 @@ bool YdBSplineCurve::LeastSquareFitClosed(int numCtrlPnts, const TangentList& ta
     if (!keepKnots) {
         DetermineKnotVector(false);
     }
-    FitSetup f;
-    f.p = m_degree;
-    f.n = numCtrlPnts;
-    f.knots = &m_knotVec;
-    f.points = &m_fitPnts;
-    f.params = &m_pointParams;
-    f.interpIdx = &interpIdx;
-    f.tangents = &tangents;
-    f.closed = true;
-    f.smoothed = true;
-    f.lambda = lambda;
-    return SolveFit(f, m_ctrlPnts);
+    return SolveFit(FitSetup{m_degree, numCtrlPnts, &m_knotVec, &m_fitPnts, &m_pointParams,
+                             &interpIdx, &tangents, true, true, lambda},
+                    m_ctrlPnts);
 }
 
 bool YdBSplineCurve::LeastSquareFitSpecial(int numCtrlPnts, const TangentList& tangents,
                                            const std::vector<int>& interpIdx) {
     AllocateMemory(m_degree, numCtrlPnts, true);
     DetermineKnotVector(false);
-    FitSetup f;
-    f.p = m_degree;
-    f.n = numCtrlPnts;
-    f.knots = &m_knotVec;
-    f.points = &m_fitPnts;
-    f.params = &m_pointParams;
-    f.interpIdx = &interpIdx;
-    f.tangents = &tangents;
-    f.closed = false;
-    f.smoothed = false;
-    return SolveFit(f, m_ctrlPnts);
+    return SolveFit(FitSetup{m_degree, numCtrlPnts, &m_knotVec, &m_fitPnts, &m_pointParams,
+                             &interpIdx, &tangents, false, false},
+                    m_ctrlPnts);
 }
 
 void YdBSplineCurve::CalucalteErrorMatrix(YdMatrix& N, int* first, int* last, int numCtrlPnts) {

@@ -49,6 +49,38 @@ double Curvature(const YdBSplineCurve& c, double u) {
     return k;
 }
 
+// The shrink walk of both searches: steps of 1e-5 into `range` (forward from its lower end,
+// backward from its upper end) until the curvature turns upward (`upward`, for a maximum
+// beyond) or downward (for a minimum), comparing each curvature with the one tested just
+// before it. The result runs from the turn to the far end of the range; false, result
+// untouched, when the walk reaches that end without a turn.
+bool WalkToTurn(const YdBSplineCurve& c, const Bracket& range, Bracket& result, bool forward,
+                bool upward) {
+    const double l = range.first;
+    const double r = range.second;
+    const double step = forward ? kWalkStep : -kWalkStep;
+    double x = forward ? l + step : r + step;
+    double previous = Curvature(c, x - step);
+    for (long long steps = 0; forward ? (r > x) : (x > l); ++steps) {
+        if (steps >= kMaxWalkSteps) {
+            return false;
+        }
+        const double kx = Curvature(c, x);
+        if (upward ? (kx > previous) : (previous > kx)) {
+            result = forward ? Bracket(x, r) : Bracket(l, x);
+            return true;
+        }
+        const double nextX = x + step;
+        if (nextX == x) {
+            // The step no longer moves the parameter: the walk would repeat this test forever.
+            return false;
+        }
+        x = nextX;
+        previous = kx;
+    }
+    return false;
+}
+
 // The candidate intervals of the rough stage: every non-empty or empty span [U[i], U[i+1]] of
 // the curve, and a small interval around each interior knot. False when the knot vector offers
 // no span to search (negative degree, too few knots, a non-finite knot).
@@ -246,65 +278,13 @@ bool YdCurveFitFilter::roughSearchLocaMinCvt(std::vector<std::pair<double, doubl
 bool YdCurveFitFilter::shrinkRangeForFindingLocalMaxCvt(const std::pair<double, double>& range,
                                                         std::pair<double, double>& result,
                                                         bool forward) {
-    if (curve == nullptr) {
-        return false;
-    }
-    const YdBSplineCurve& c = *curve;
-    const double l = range.first;
-    const double r = range.second;
-    const double step = forward ? kWalkStep : -kWalkStep;
-    double x = forward ? l + step : r + step;
-    double previous = Curvature(c, x - step);
-    for (long long steps = 0; forward ? (r > x) : (x > l); ++steps) {
-        if (steps >= kMaxWalkSteps) {
-            return false;
-        }
-        const double kx = Curvature(c, x);
-        if (kx > previous) {
-            result = forward ? Bracket(x, r) : Bracket(l, x);
-            return true;
-        }
-        const double nextX = x + step;
-        if (nextX == x) {
-            // The step no longer moves the parameter: the walk would repeat this test forever.
-            return false;
-        }
-        // The curvature just tested is the one the next position is compared with.
-        x = nextX;
-        previous = kx;
-    }
-    return false;
+    return curve != nullptr && WalkToTurn(*curve, range, result, forward, true);
 }
 
 bool YdCurveFitFilter::shrinkRangeForFindingLocalMinCvt(const std::pair<double, double>& range,
                                                         std::pair<double, double>& result,
                                                         bool forward) {
-    if (curve == nullptr) {
-        return false;
-    }
-    const YdBSplineCurve& c = *curve;
-    const double l = range.first;
-    const double r = range.second;
-    const double step = forward ? kWalkStep : -kWalkStep;
-    double x = forward ? l + step : r + step;
-    double previous = Curvature(c, x - step);
-    for (long long steps = 0; forward ? (r > x) : (x > l); ++steps) {
-        if (steps >= kMaxWalkSteps) {
-            return false;
-        }
-        const double kx = Curvature(c, x);
-        if (previous > kx) {
-            result = forward ? Bracket(x, r) : Bracket(l, x);
-            return true;
-        }
-        const double nextX = x + step;
-        if (nextX == x) {
-            return false;
-        }
-        x = nextX;
-        previous = kx;
-    }
-    return false;
+    return curve != nullptr && WalkToTurn(*curve, range, result, forward, false);
 }
 
 bool YdCurveFitFilter::exzactSearchLocalMaxCvt(

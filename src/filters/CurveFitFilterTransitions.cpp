@@ -162,44 +162,55 @@ bool YdCurveFitFilter::fitCurveToConnectCurveAndLine(YdBSplineCurve* curve,
     return ok;
 }
 
-YdBSplineCurve* YdCurveFitFilter::fitCurveBetweenSplineCurves(YdBSplineCurve* first,
-                                                              YdBSplineCurve* second) {
+namespace {
+
+// The gap between the end of `first` and the start of `second`: its end points P and Q and the
+// curves' unit tangents there scaled to the gap's length, so that the bridge is well
+// proportioned. False when either curve is null or cannot give a derivative.
+bool BridgeEnds(YdBSplineCurve* first, YdBSplineCurve* second, YdPoint& P, YdPoint& Q, YdVector& t1,
+                YdVector& t2) {
     if (first == nullptr || second == nullptr) {
-        return nullptr;
+        return false;
     }
-    YdPoint P;
-    YdPoint Q;
     std::vector<YdVector> T1;
     std::vector<YdVector> T2;
     first->Evaluate(first->endParam(), 1, P, T1);
     second->Evaluate(second->startParam(), 1, Q, T2);
     if (T1.empty() || T2.empty()) {
-        return nullptr;
+        return false;
     }
     const double d = (P - Q).Magnitude();
-    return YdBSplineCurve::CreateByEndPointsAndTangents(P, Q, UnitOrZero(T1[0]) * d,
-                                                        UnitOrZero(T2[0]) * d);
+    t1 = UnitOrZero(T1[0]) * d;
+    t2 = UnitOrZero(T2[0]) * d;
+    return true;
+}
+
+}  // namespace
+
+YdBSplineCurve* YdCurveFitFilter::fitCurveBetweenSplineCurves(YdBSplineCurve* first,
+                                                              YdBSplineCurve* second) {
+    YdPoint P;
+    YdPoint Q;
+    YdVector t1;
+    YdVector t2;
+    if (!BridgeEnds(first, second, P, Q, t1, t2)) {
+        return nullptr;
+    }
+    return YdBSplineCurve::CreateByEndPointsAndTangents(P, Q, t1, t2);
 }
 
 YdBSplineCurve* YdCurveFitFilter::fitCurveBetweenSplineCurves(YdBSplineCurve* first,
                                                               YdBSplineCurve* second,
                                                               const YdPoint& via) {
-    if (first == nullptr || second == nullptr) {
-        return nullptr;
-    }
     YdPoint P;
     YdPoint Q;
-    std::vector<YdVector> T1;
-    std::vector<YdVector> T2;
-    first->Evaluate(first->endParam(), 1, P, T1);
-    second->Evaluate(second->startParam(), 1, Q, T2);
-    if (T1.empty() || T2.empty()) {
+    YdVector t1;
+    YdVector t2;
+    if (!BridgeEnds(first, second, P, Q, t1, t2)) {
         return nullptr;
     }
-    const double d = (P - Q).Magnitude();
     const std::vector<YdPoint> points{P, via, Q};
-    const std::vector<std::pair<int, YdVector>> constraints{{0, UnitOrZero(T1[0]) * d},
-                                                            {2, UnitOrZero(T2[0]) * d}};
+    const std::vector<std::pair<int, YdVector>> constraints{{0, t1}, {2, t2}};
     return YdBSplineCurve::CreateInterpolateCurve(points, constraints, false);
 }
 
