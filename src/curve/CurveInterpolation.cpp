@@ -118,10 +118,6 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(
     std::vector<int> indices;
     indices.reserve(derivs.size());
     for (const std::pair<int, YdVector>& d : derivs) {
-        // An index that names no point would read past the parameters.
-        if (d.first < 0 || d.first >= m) {
-            return nullptr;
-        }
         indices.push_back(d.first);
     }
     const int degree = std::min(3, m + k - 1);
@@ -132,6 +128,13 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(
         // Two points make the line through them; the derivatives are not used.
         curve->m_ctrlPnts = points;
         return curve.release();
+    }
+    for (int i : indices) {
+        // An index that names no point would read past the parameters (the knot placement
+        // above only compares indices, it never reads through them).
+        if (i < 0 || i >= m) {
+            return nullptr;
+        }
     }
 
     const int n = curve->m_knotVec.GetCount() - degree - 1;

@@ -214,17 +214,20 @@ std::vector<YdBSplineCurve*> YdBSplineCurve::SplitCurve(double u) {
         inserted = c.InsertKnot(u, true);
     }
 
+    // A knot goes to a piece when its difference from u is at least 1e-7: the complement of
+    // the count above, so a knot counted as u is dropped from both pieces. (Comparing the knot
+    // with u - 1e-7 or u + 1e-7 rounds differently and can hand such a knot to a piece.)
     const std::vector<double>& U = c.m_knotVec.GetKnots();
     std::vector<double> KL;
     std::vector<double> KR(static_cast<std::size_t>(p) + 1, u);
     for (double k : U) {
-        if (k <= u - kSplitTol) {
+        if (u - k >= kSplitTol) {
             KL.push_back(k);
         }
     }
     KL.insert(KL.end(), static_cast<std::size_t>(p) + 1, u);
     for (double k : U) {
-        if (k >= u + kSplitTol) {
+        if (k - u >= kSplitTol) {
             KR.push_back(k);
         }
     }

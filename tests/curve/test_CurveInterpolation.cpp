@@ -156,6 +156,7 @@ TEST(CurveInterpolation, TwoPointsClosedKeepTheirMismatchedKnots) {
     EXPECT_EQ(c->Degree(), 1);
     EXPECT_EQ(c->KnotVec().GetKnots(), (std::vector<double>{0, 0, 0.5, 1, 1}));
     ASSERT_EQ(c->GetNumOfCtrlPnts(), 2);
+    EXPECT_TRUE(ydtest::PointsNear(c->CtrlPoints()[0], pts[0], 0.0));
     EXPECT_TRUE(ydtest::PointsNear(c->CtrlPoints()[1], pts[1], 0.0));
     // The knots ask for three control points: evaluation refuses to read a third one.
     EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.75), YdPoint(0, 0, 0), 0.0));
@@ -358,6 +359,21 @@ TEST(CurveInterpolation, TwoPointsWithDerivativesIgnoreTheDerivatives) {
     EXPECT_TRUE(ydtest::PointsNear(c->CtrlPoints()[1], pts[1], 0.0));
 }
 
+TEST(CurveInterpolation, TwoPointsIgnoreEvenDerivativeIndicesOutsideTheList) {
+    // With two points the derivatives are not used at all, so their indices cannot matter.
+    const std::vector<YdPoint> pts = {YdPoint(0, 0, 0), YdPoint(1, 1, 1)};
+    for (bool closed : {false, true}) {
+        CurvePtr c(
+            YdBSplineCurve::CreateInterpolateCurve(pts, Derivs{{5, YdVector(5, 0, 0)}}, closed));
+        ASSERT_NE(c, nullptr) << (closed ? "closed" : "open");
+        ASSERT_EQ(c->GetNumOfCtrlPnts(), 2);
+        EXPECT_TRUE(ydtest::PointsNear(c->CtrlPoints()[0], pts[0], 0.0));
+        EXPECT_TRUE(ydtest::PointsNear(c->CtrlPoints()[1], pts[1], 0.0));
+    }
+    CurvePtr d(YdBSplineCurve::CreateInterpolateCurve(pts, Derivs{{-1, YdVector(1, 0, 0)}}, false));
+    EXPECT_NE(d, nullptr);
+}
+
 TEST(CurveInterpolation, DerivativeIndexOutsideThePointsGivesNull) {
     const std::vector<YdPoint> pts = WavyPoints(6, 5);
     EXPECT_EQ(YdBSplineCurve::CreateInterpolateCurve(pts, Derivs{{6, YdVector(1, 0, 0)}}, false),
@@ -492,6 +508,22 @@ TEST(CurveInterpolation, ControlPointsEqualThoseOfTheDenseSolveWithDerivatives) 
         ASSERT_NE(c, nullptr);
         ExpectSameControlPoints(*c, DenseSolve(*c, pts, c->GetPointsParams(), *d),
                                 "open with derivatives");
+    }
+}
+
+TEST(CurveInterpolation, ControlPointsEqualThoseOfTheDenseSolveWithGivenKnots) {
+    for (bool closed : {false, true}) {
+        const std::vector<YdPoint> pts = closed ? LoopPoints(9) : WavyPoints(9, 400);
+        std::vector<double> params;
+        YdNurbsHelper::Parameterize(pts, closed, params);
+        YdKnotVec kv;
+        kv.InterpolateFix(params, 3, closed);
+        CurvePtr c(YdBSplineCurve::CreateInterpolateCurve(pts, 3, params, kv, closed));
+        ASSERT_NE(c, nullptr) << (closed ? "closed" : "open");
+        EXPECT_EQ(c->KnotVec().GetKnots(), kv.GetKnots());
+        EXPECT_EQ(c->GetNumOfCtrlPnts(), closed ? 9 + 3 : 9);
+        ExpectSameControlPoints(*c, DenseSolve(*c, pts, params, {}),
+                                closed ? "given knots, closed" : "given knots, open");
     }
 }
 

@@ -155,6 +155,18 @@ TEST(CurveInsertKnot, ExistingKnotRefusedOnlyWhenExactlyEqual) {
     EXPECT_EQ(c.KnotVec().GetKnots()[6], 0.4 + 2e-7);
 }
 
+TEST(CurveInsertKnot, ValueJustBelowAKnotDoesNotSnapOntoIt) {
+    // The snap looks at the knots of u's own span and below: a knot 5e-8 above u is not one of
+    // them, so u becomes a knot of its own.
+    YdBSplineCurve c = MakeCurve(
+        {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(2, -1, 1), YdPoint(3, 1, 0), YdPoint(4, 0, 2)},
+        {0.4}, 3);
+    const double u = 0.4 - 5e-8;
+    ASSERT_TRUE(c.InsertKnot(u, false));
+    const std::vector<double> expected = {0, 0, 0, 0, u, 0.4, 1, 1, 1, 1};
+    EXPECT_EQ(c.KnotVec().GetKnots(), expected);
+}
+
 TEST(CurveInsertKnot, FitPointsAreLeftAsTheyAre) {
     std::unique_ptr<YdBSplineCurve> c(YdBSplineCurve::CreateInterpolateCurve(
         {YdPoint(0, 0, 0), YdPoint(1, 1, 0), YdPoint(2, 0, 0), YdPoint(3, 1, 0), YdPoint(4, 0, 0)},
@@ -282,6 +294,28 @@ TEST(CurveRemoveKnot, MatchesKnotWithinLooseToleranceFromAboveOnly) {
     EXPECT_EQ(c.KnotVec().GetKnots(), original.KnotVec().GetKnots());
 }
 
+TEST(CurveRemoveKnot, MultiplicityCountsChainedMatchesFromOneAboveTheSpanStart) {
+    // Four knots 3e-6 apart: looking from the last one, the loose 1e-5 match walks up through
+    // the three knots at r - p + 1 .. r (each snap moving u onto the next), but never looks at
+    // the knot at r - p. So s = 3: first = last = 4, the single test point is P[4] and it is
+    // P[4] that goes, unchanged neighbours around it.
+    std::vector<YdPoint> pts;
+    for (int i = 0; i < 8; ++i) {
+        pts.emplace_back(i, (i % 3) - 1.0, 0.25 * i * i);
+    }
+    YdBSplineCurve c = MakeCurve(pts, {0.5, 0.500003, 0.500006, 0.500009}, 3);
+    std::vector<double> knots = c.KnotVec().GetKnots();
+    ASSERT_TRUE(c.RemoveKnot(0.500009, 1e3));
+    knots.erase(knots.begin() + 7);
+    EXPECT_EQ(c.KnotVec().GetKnots(), knots);
+    pts.erase(pts.begin() + 4);
+    ASSERT_EQ(c.GetNumOfCtrlPnts(), 7);
+    for (int i = 0; i < 7; ++i) {
+        EXPECT_TRUE(PointsNear(c.CtrlPoints()[i], pts[static_cast<std::size_t>(i)], 0.0))
+            << "control point " << i;
+    }
+}
+
 TEST(CurveRemoveKnot, CurvesWithoutInteriorKnotsOrMalformed) {
     YdBSplineCurve bezier =
         MakeCurve({YdPoint(0, 0, 0), YdPoint(1, 3, 0), YdPoint(3, 3, 1), YdPoint(4, 0, 0)}, {}, 3);
@@ -344,6 +378,56 @@ TEST(CurveSplit, PiecesReproduceTheCurveAfterReparameterisation) {
                   1e-10)
             << "trial " << trial << " right of u = " << u;
     }
+}
+
+TEST(CurveSplit, KnotWithinTheToleranceBelowTheSplitValueIsDroppedFromBothPieces) {
+    // 0.778 + 1e-7 lies less than 1e-7 above the knot 0.778 in double arithmetic, while
+    // (0.778 + 1e-7) - 1e-7 rounds back onto 0.778: the knot counts as the split value itself
+    // and belongs to neither piece, however the bound is rounded.
+    const double knot = 0.778;
+    const double u = knot + 1e-7;
+    ASSERT_LT(std::fabs(knot - u), 1e-7);
+    ASSERT_LE(knot, u - 1e-7);
+    const YdBSplineCurve c = MakeCurve(
+        {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(2, -1, 1), YdPoint(3, 1, 0), YdPoint(4, 0, 2)},
+        {knot}, 3);
+    YdBSplineCurve work(c);
+    CurveList parts(work.SplitCurve(u));
+    ASSERT_EQ(parts.curves.size(), 2u);
+    const YdBSplineCurve& left = *parts.curves[0];
+    const YdBSplineCurve& right = *parts.curves[1];
+    const std::vector<double> bezier = {0, 0, 0, 0, 1, 1, 1, 1};
+    EXPECT_EQ(left.KnotVec().GetKnots(), bezier);
+    EXPECT_EQ(right.KnotVec().GetKnots(), bezier);
+    ASSERT_EQ(left.GetNumOfCtrlPnts(), 4);
+    ASSERT_EQ(right.GetNumOfCtrlPnts(), 4);
+    EXPECT_TRUE(PointsNear(left.CtrlPoints().back(), right.CtrlPoints().front(), 0.0));
+    // The pieces follow the curve up to the 1e-7 shift of the split point.
+    EXPECT_LT(MaxDeviation(left, c, [u](double t) { return t * u; }), 1e-5);
+    EXPECT_LT(MaxDeviation(right, c, [u](double t) { return u + t * (1.0 - u); }), 1e-5);
+}
+
+TEST(CurveSplit, KnotWithinTheToleranceAboveTheSplitValueIsDroppedFromBothPieces) {
+    const double knot = 0.778;
+    const double u = knot - 1e-7;
+    ASSERT_LT(std::fabs(knot - u), 1e-7);
+    ASSERT_GE(knot, u + 1e-7);
+    const YdBSplineCurve c = MakeCurve(
+        {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(2, -1, 1), YdPoint(3, 1, 0), YdPoint(4, 0, 2)},
+        {knot}, 3);
+    YdBSplineCurve work(c);
+    CurveList parts(work.SplitCurve(u));
+    ASSERT_EQ(parts.curves.size(), 2u);
+    const YdBSplineCurve& left = *parts.curves[0];
+    const YdBSplineCurve& right = *parts.curves[1];
+    const std::vector<double> bezier = {0, 0, 0, 0, 1, 1, 1, 1};
+    EXPECT_EQ(left.KnotVec().GetKnots(), bezier);
+    EXPECT_EQ(right.KnotVec().GetKnots(), bezier);
+    ASSERT_EQ(left.GetNumOfCtrlPnts(), 4);
+    ASSERT_EQ(right.GetNumOfCtrlPnts(), 4);
+    EXPECT_TRUE(PointsNear(left.CtrlPoints().back(), right.CtrlPoints().front(), 0.0));
+    EXPECT_LT(MaxDeviation(left, c, [u](double t) { return t * u; }), 1e-5);
+    EXPECT_LT(MaxDeviation(right, c, [u](double t) { return u + t * (1.0 - u); }), 1e-5);
 }
 
 TEST(CurveSplit, AtOrBeyondEndsGivesOneCopy) {
@@ -453,20 +537,17 @@ TEST(CurveExtract, CurveWithoutInteriorKnots) {
     EXPECT_LT(MaxDeviation(*piece, bezier, [](double t) { return 0.25 + t * 0.35; }), 1e-12);
 }
 
-TEST(CurveExtract, BoundsCrowdingAKnotNeitherCrashNorMislead) {
-    // Both bounds within 1e-7 of the same knot: no well-formed piece exists.
+TEST(CurveExtract, BoundsCrowdingAKnotGiveNull) {
+    // Both bounds within 1e-7 of the same knot: the second insertion snaps onto the knot and is
+    // refused, and the counts no longer describe a piece. Null rather than a malformed curve.
     const YdBSplineCurve c = MakeCurve(
         {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(2, -1, 1), YdPoint(3, 1, 0), YdPoint(4, 0, 2)},
         {0.4}, 3);
-    std::unique_ptr<YdBSplineCurve> piece(c.ExtractSubCurve(0.4 - 4e-8, 0.4 + 4e-8));
-    if (piece) {
-        EXPECT_EQ(piece->KnotVec().GetCount(), piece->GetNumOfCtrlPnts() + 4);
-    }
-    // Within 1e-7 of the end of the range.
-    std::unique_ptr<YdBSplineCurve> tail(c.ExtractSubCurve(1.0 - 5e-8, 1.0));
-    if (tail) {
-        EXPECT_EQ(tail->KnotVec().GetCount(), tail->GetNumOfCtrlPnts() + 4);
-    }
+    EXPECT_EQ(std::unique_ptr<YdBSplineCurve>(c.ExtractSubCurve(0.4 - 4e-8, 0.4 + 4e-8)), nullptr);
+    // Within 1e-7 of the end of the range no interior knot lies above the lower bound.
+    EXPECT_EQ(std::unique_ptr<YdBSplineCurve>(c.ExtractSubCurve(1.0 - 5e-8, 1.0)), nullptr);
+    // The same at the start, below the upper bound.
+    EXPECT_EQ(std::unique_ptr<YdBSplineCurve>(c.ExtractSubCurve(0.0, 5e-8)), nullptr);
 }
 
 TEST(CurveExtract, MalformedCurveGivesNull) {

@@ -145,6 +145,22 @@ TEST(MakeCurvesCompatible, KnotsJustBeyondTheToleranceAreInserted) {
     EXPECT_EQ(b->KnotVec().GetCount(), 10);
 }
 
+TEST(MakeCurvesCompatible, KnotWithinTheToleranceOfAnExistingKnotIsSnappedOntoIt) {
+    // The first curve holds 0.5 and 0.5 + 5e-8 (two knots as far as it is concerned); the
+    // second lacks the latter, whose insertion then snaps onto its 0.5: a double 0.5.
+    CurvePtr a = MakeCurve({0, 0, 0, 0, 0.5, 0.5 + 5e-8, 1, 1, 1, 1}, 3);
+    CurvePtr b = MakeCurve({0, 0, 0, 0, 0.5, 1, 1, 1, 1}, 3, 0.3);
+    const std::vector<double> ka = a->KnotVec().GetKnots();
+    const std::vector<YdPoint> pa = a->CtrlPoints();
+    const std::vector<YdPoint> shapeB = Sample(*b);
+
+    EXPECT_TRUE(YdNurbsHelper::MakeCurvesCompatible({a.get(), b.get()}));
+    ExpectUntouched(*a, ka, pa);
+    EXPECT_EQ(b->KnotVec().GetKnots(), (std::vector<double>{0, 0, 0, 0, 0.5, 0.5, 1, 1, 1, 1}));
+    EXPECT_EQ(b->GetNumOfCtrlPnts(), 6);
+    ExpectSameShape(shapeB, *b, "second curve");
+}
+
 TEST(MakeCurvesCompatible, MultiplicitiesAreNotEqualised) {
     // The union holds 0.5 twice; the single 0.5 of the second curve cannot be raised because an
     // existing knot is never inserted again here. Still true, and both shapes stay.

@@ -118,7 +118,8 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// ignored. For a closed curve the derivative rows overwrite the closure rows, as hosts
     /// expect; closure rows that would fall beyond the system (fewer than p - 1 derivatives)
     /// are dropped, so the curve still closes in position. Null for fewer than two points, a
-    /// derivative index outside the point list, or a singular system.
+    /// derivative index outside the point list (three or more points; with two, the
+    /// derivatives and their indices are ignored), or a singular system.
     static YdBSplineCurve* CreateInterpolateCurve(
         const std::vector<YdPoint>& points, const std::vector<std::pair<int, YdVector>>& derivs,
         bool closed);
@@ -147,11 +148,13 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
 
     /// Inserts u once without changing the shape. False (curve unchanged) for u outside the
     /// open interval (0, 1), for u equal to an existing knot when allowExisting is false, and
-    /// when the knot already has multiplicity p. u within 1e-7 of a knot snaps onto it.
+    /// when the knot already has multiplicity p. u within 1e-7 of a knot of its own span, or
+    /// of the knots just below it, snaps onto that knot (a knot just above u does not).
     /// Guarded, also false: NaN, a curve whose knot count does not match its control points
     /// and degree, and u outside the curve's own knot range (which would unorder the knots).
     bool InsertKnot(double u, bool allowExisting);
-    /// Removes one occurrence of the interior knot u (matched within 1e-5) when the curve moves
+    /// Removes one occurrence of the interior knot u (matched when u lies at the knot or up to
+    /// 1e-5 above it: the match looks from above, as hosts expect) when the curve moves
     /// by at most tol (a length; the test is tol >= distance). False, curve unchanged, for u
     /// outside (0, 1), u not a knot, or a removal that would move the curve more than tol.
     /// Guarded, also false: NaN, degree 0, a malformed curve, and u that snaps onto an end
