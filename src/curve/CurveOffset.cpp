@@ -77,11 +77,13 @@ YdBSplineCurve* YdBSplineCurve::CreateOffSetBSpline(const YdBSplineCurve& curve,
         T[i].Normalize();
     }
 
-    // 3. Start offset along the principal normal at the parameter 0.0 itself (the range [0, 1]
-    // is taken literally). A straight start (no usable second derivative, or one along the
-    // tangent) has no principal normal: the offset vector is then zero and stays zero. The
-    // normal is made unit so that the offset lies at the full distance also where the speed
-    // varies (the second derivative then leans along the tangent).
+    // 3. Start offset d n with n = (T x A) x T from the unit first and second derivatives at
+    // the parameter 0.0 itself (the range [0, 1] is taken literally). n is not normalised: the
+    // offset is the full distance where C'' is perpendicular to C' (constant speed) and shorter
+    // by the sine of their angle elsewhere; the offset points are kept exactly as hosts expect
+    // them. A second derivative that IsZero (a straight start) has no principal normal: rather
+    // than the fallback direction (1, 0, 0) that normalising it would give, the offset vector
+    // is then zero and the transport keeps it zero.
     curve.Evaluate(0.0, 2, P[0], derivs);
     YdVector tangent = derivs[0];
     tangent.Normalize();
@@ -91,11 +93,6 @@ YdBSplineCurve* YdBSplineCurve::CreateOffSetBSpline(const YdBSplineCurve& curve,
         accel.Normalize();
         const YdVector binormal = tangent * accel;
         normal = binormal * tangent;
-        if (normal.IsZero()) {
-            normal.SetZero();
-        } else {
-            normal.Normalize();
-        }
     }
     std::vector<YdPoint> Q(n);
     Q[0] = P[0] + normal * distance;

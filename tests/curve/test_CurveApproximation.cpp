@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <random>
 #include <string>
 #include <unordered_map>
@@ -216,8 +217,11 @@ struct DenseResult {
     std::vector<YdPoint> ctrl;
 };
 
+// endColumnsFirst swaps the first two store groups of the closing constraints (the end
+// columns before the start columns): a test can show that the order matters.
 DenseResult DenseFit(YdBSplineCurve& c, int n, const std::vector<int>& idx,
-                     const TangentList& tangents, bool closed, bool smoothed, double lambda) {
+                     const TangentList& tangents, bool closed, bool smoothed, double lambda,
+                     bool endColumnsFirst = false) {
     DenseResult res;
     const int p = c.Degree();
     const std::vector<YdPoint>& pts = c.FitPoints();
@@ -307,15 +311,26 @@ DenseResult DenseFit(YdBSplineCurve& c, int n, const std::vector<int>& idx,
                                              span);
         YdNurbsHelper::GetBasisFunctionValue(knots, p, p - 1, U[static_cast<std::size_t>(n)], De,
                                              span);
-        for (int j = 0; j <= p; ++j) {
-            for (int k = 0; k < p; ++k) {
-                A[j][S - p + k] = Ds[k][j];
+        const auto startColumns = [&]() {
+            for (int j = 0; j <= p; ++j) {
+                for (int k = 0; k < p; ++k) {
+                    A[j][S - p + k] = Ds[k][j];
+                }
             }
-        }
-        for (int t = p; t >= 0; --t) {
-            for (int k = 0; k < p; ++k) {
-                A[n - 1 - t][S - p + k] = -De[k][p - t];
+        };
+        const auto endColumns = [&]() {
+            for (int t = p; t >= 0; --t) {
+                for (int k = 0; k < p; ++k) {
+                    A[n - 1 - t][S - p + k] = -De[k][p - t];
+                }
             }
+        };
+        if (endColumnsFirst) {
+            endColumns();
+            startColumns();
+        } else {
+            startColumns();
+            endColumns();
         }
         for (int t = p - 1; t >= 0; --t) {
             const int k = p - 1 - t;
@@ -340,6 +355,112 @@ void ExpectSameControlPoints(const std::vector<YdPoint>& got, const std::vector<
     for (std::size_t i = 0; i < got.size(); ++i) {
         for (int k = 0; k < 3; ++k) {
             EXPECT_EQ(got[i][k], want[i][k]) << where << ", control point " << i << ", coord " << k;
+        }
+    }
+}
+
+// The control-point search written straight from its definition, each trial made with the
+// one-count factory: lo = 5, hi = min(500, m) (at least lo), mid = (lo + hi) / 2; a trial within
+// tolerance lowers hi, a miss raises lo, a failed fit lowers hi (or, with failedRaisesLo, raises
+// lo instead: the rule a test can show is not used); next = (lo + hi + 1) / 2 until it repeats.
+// Then the smallest within tolerance below 500 (the earliest on ties), else the least error
+// (the earliest on ties). The counts tried go to visited; null when nothing is chosen.
+YdBSplineCurve* ReferenceSearch(const std::vector<YdPoint>& pts, const std::vector<int>& idx,
+                                bool closed, double tol, std::vector<int>& visited,
+                                bool failedRaisesLo = false) {
+    const int m = static_cast<int>(pts.size());
+    int lo = 5;
+    int hi = std::max(std::min(500, m), lo);
+    int mid = (lo + hi) / 2;
+    std::vector<std::pair<YdBSplineCurve*, double>> candidates;
+    for (;;) {
+        visited.push_back(mid);
+        YdBSplineCurve* trial = YdBSplineCurve::CreateApproximateCurve(pts, idx, mid, closed);
+        bool within = false;
+        if (trial != nullptr) {
+            const double err = SearchError(*trial, pts);
+            within = tol > err;
+            candidates.emplace_back(trial, err);
+        }
+        if (within) {
+            hi = mid;
+        } else if (trial != nullptr || failedRaisesLo) {
+            lo = mid;
+        } else {
+            hi = mid;
+        }
+        const int next = (lo + hi + 1) / 2;
+        if (next == mid) {
+            break;
+        }
+        mid = next;
+    }
+    int bestCount = 500;
+    double bestErr = 1e16;
+    int idxTol = -1;
+    int idxErr = -1;
+    for (std::size_t k = 0; k < candidates.size(); ++k) {
+        if (tol > candidates[k].second) {
+            if (candidates[k].first->GetNumOfCtrlPnts() < bestCount) {
+                bestCount = candidates[k].first->GetNumOfCtrlPnts();
+                idxTol = static_cast<int>(k);
+            }
+        } else if (bestErr > candidates[k].second) {
+            bestErr = candidates[k].second;
+            idxErr = static_cast<int>(k);
+        }
+    }
+    const int chosen = idxTol >= 0 ? idxTol : idxErr;
+    YdBSplineCurve* result = nullptr;
+    for (std::size_t k = 0; k < candidates.size(); ++k) {
+        if (static_cast<int>(k) == chosen) {
+            result = candidates[k].first;
+        } else {
+            delete candidates[k].first;
+        }
+    }
+    return result;
+}
+
+// The fairing matrix written straight from its definition: the Gauss rule that
+// GetGaussWeightsAndKnots gives for `order` (the degree, for the real thing), and for basis
+// function i the spans max(p, i)..min(i + p, n - 1), adding h times the accumulated products
+// into columns max(0, s - p)..min(s, n - 1); maxAbs over the upper triangle.
+void ReferenceEnergy(const YdBSplineCurve& c, int r, int order, YdMatrix& K, double& maxAbs) {
+    const int p = c.Degree();
+    const int n = c.GetNumOfCtrlPnts();
+    const std::vector<double>& U = c.KnotVec().GetKnots();
+    std::vector<double> nodes;
+    std::vector<double> weights;
+    YdNurbsHelper::GetGaussWeightsAndKnots(order, nodes, weights);
+    std::vector<std::vector<double>> ders;
+    for (int i = 0; i < n; ++i) {
+        for (int s = std::max(p, i); s <= std::min(i + p, n - 1); ++s) {
+            const double h =
+                (U[static_cast<std::size_t>(s) + 1] - U[static_cast<std::size_t>(s)]) / 2;
+            const double mid =
+                (U[static_cast<std::size_t>(s) + 1] + U[static_cast<std::size_t>(s)]) / 2;
+            std::vector<double> acc(static_cast<std::size_t>(p) + 1, 0.0);
+            for (std::size_t g = 0; g < nodes.size(); ++g) {
+                int span = 0;
+                YdNurbsHelper::GetBasisFunctionValue(c.KnotVec(), p, r, h * nodes[g] + mid, ders,
+                                                     span);
+                for (int j = 0; j <= p; ++j) {
+                    acc[static_cast<std::size_t>(j)] +=
+                        weights[g] *
+                        ders[static_cast<std::size_t>(r)][static_cast<std::size_t>(i + p - s)] *
+                        ders[static_cast<std::size_t>(r)][static_cast<std::size_t>(j)];
+                }
+            }
+            for (int c2 = std::max(0, s - p); c2 <= std::min(s, n - 1); ++c2) {
+                K[i][c2] += h * acc[static_cast<std::size_t>(c2 + p - s)];
+            }
+        }
+    }
+    maxAbs = 0.0;
+    for (int i = 0; i < K.GetRow(); ++i) {
+        for (int j = i; j < K.GetCol(); ++j) {
+            maxAbs = std::max(maxAbs, std::fabs(K[i][j]));
         }
     }
 }
@@ -376,6 +497,11 @@ TEST(CurveApproximation, FivePointsTryOnlyFiveControlPoints) {
         YdBSplineCurve* c = YdBSplineCurve::CreateApproximateCurve(pts, false, tol);
         ASSERT_NE(c, nullptr) << "tolerance " << tol;
         EXPECT_EQ(c->GetNumOfCtrlPnts(), 5) << "tolerance " << tol;
+        std::vector<int> visited;
+        std::unique_ptr<YdBSplineCurve> want(ReferenceSearch(pts, {0, 4}, false, tol, visited));
+        EXPECT_EQ(visited, std::vector<int>{5}) << "tolerance " << tol;
+        ASSERT_NE(want, nullptr);
+        ExpectSameControlPoints(c->CtrlPoints(), want->CtrlPoints(), "five points");
         delete c;
     }
     // Six points also start (and, within tolerance, stop) at five.
@@ -483,23 +609,43 @@ TEST(CurveApproximation, ClosedFitOnCircleMatchesDerivativesAtTheSeam) {
 }
 
 TEST(CurveApproximation, ClosedFitWithFewControlPointsFollowsTheStoreOrder) {
-    // n from p + 1 to 2p + 1: the start and end groups of the closing constraints overlap.
+    // n from p + 1 to 2p + 1: the start and end groups of the closing constraints overlap. The
+    // fit equals the dense system stored in the stated order, which differs from the one
+    // stored the other way round; some of these systems are singular and the fit fails.
     const std::vector<YdPoint> pts = ClosedPath(30);
-    int compared = 0;
+    int overlapping = 0;
+    int orderMatters = 0;
+    int failed = 0;
     for (int n = 4; n <= 9; ++n) {
         for (const std::vector<int>& idx : {std::vector<int>{0, 29}, std::vector<int>{}}) {
             YdBSplineCurve c = MakeWorkingCurve(pts, true);
             const bool ok = Access::FitClosed(c, n, idx, false, 0.2);
             const DenseResult ref = DenseFit(c, n, idx, {}, true, true, 0.2);
             EXPECT_EQ(ok, ref.ok) << "n = " << n << ", " << idx.size() << " interpolated";
+            if (!ok) {
+                ++failed;
+            }
             if (ok && ref.ok) {
                 ExpectSameControlPoints(c.CtrlPoints(), ref.ctrl,
                                         "closed n = " + std::to_string(n));
-                ++compared;
+                const DenseResult swapped = DenseFit(c, n, idx, {}, true, true, 0.2, true);
+                if (n <= 7) {
+                    ++overlapping;
+                    if (!swapped.ok || swapped.ctrl[0][0] != ref.ctrl[0][0] ||
+                        swapped.ctrl[0][1] != ref.ctrl[0][1]) {
+                        ++orderMatters;
+                    }
+                } else {
+                    ASSERT_TRUE(swapped.ok);
+                    ExpectSameControlPoints(swapped.ctrl, ref.ctrl,
+                                            "groups apart, n = " + std::to_string(n));
+                }
             }
         }
     }
-    EXPECT_GT(compared, 0);
+    EXPECT_GT(overlapping, 0);
+    EXPECT_GT(orderMatters, 0);
+    EXPECT_GT(failed, 0);
 }
 
 TEST(CurveApproximation, SpecialFitWithoutConstraintsIsPlainLeastSquares) {
@@ -585,6 +731,63 @@ TEST(CurveApproximation, NothingChosenWhenOnlyFiveHundredMeetsToleranceAndMisses
     EXPECT_EQ(YdBSplineCurve::CreateApproximateCurve(pts, false, tol), nullptr);
 }
 
+TEST(CurveApproximation, SearchVisitsAndChoosesAsTheBinarySearchPrescribes) {
+    // Open and closed paths, tolerances from loose to unreachable: the same counts are chosen
+    // and the same control points come back as from the search written out.
+    struct Case {
+        std::vector<YdPoint> pts;
+        bool closed;
+    };
+    const std::vector<Case> cases = {{RosePath(60, 0.9 * kPi, 0.01, 21), false},
+                                     {ClosedPath(48), true}};
+    std::vector<int> chosen;
+    for (const Case& k : cases) {
+        const int m = static_cast<int>(k.pts.size());
+        for (double tol : {1.0, 1e-2, 1e-4, 1e-7, 0.0}) {
+            std::vector<int> visited;
+            std::unique_ptr<YdBSplineCurve> want(
+                ReferenceSearch(k.pts, {0, m - 1}, k.closed, tol, visited));
+            std::unique_ptr<YdBSplineCurve> got(
+                YdBSplineCurve::CreateApproximateCurve(k.pts, k.closed, tol));
+            ASSERT_NE(want, nullptr) << "m = " << m << ", tol " << tol;
+            ASSERT_NE(got, nullptr) << "m = " << m << ", tol " << tol;
+            EXPECT_EQ(got->GetNumOfCtrlPnts(), want->GetNumOfCtrlPnts())
+                << "m = " << m << ", closed " << k.closed << ", tol " << tol;
+            ExpectSameControlPoints(got->CtrlPoints(), want->CtrlPoints(),
+                                    "search, tol " + std::to_string(tol));
+            chosen.push_back(want->GetNumOfCtrlPnts());
+        }
+    }
+    std::sort(chosen.begin(), chosen.end());
+    EXPECT_GE(std::unique(chosen.begin(), chosen.end()) - chosen.begin(), 6)
+        << "the tolerances should lead to many different counts";
+}
+
+TEST(CurveApproximation, FailedTrialCountsAsTooManyControlPoints) {
+    // Twelve interpolated points: every trial with fewer than 12 control points has more
+    // constraints than unknowns and fails. A failed trial lowers hi, so the search walks down
+    // 22, 14, 10, 8, 7, 6 and keeps 14; had a failure raised lo it would have found 12.
+    const std::vector<YdPoint> pts = RosePath(40);
+    const std::vector<int> idx = {0, 3, 7, 10, 14, 17, 21, 24, 28, 31, 35, 39};
+    std::vector<int> visited;
+    std::unique_ptr<YdBSplineCurve> want(ReferenceSearch(pts, idx, false, 1e3, visited));
+    std::vector<int> visitedOther;
+    std::unique_ptr<YdBSplineCurve> other(
+        ReferenceSearch(pts, idx, false, 1e3, visitedOther, true));
+    ASSERT_NE(want, nullptr);
+    ASSERT_NE(other, nullptr);
+    EXPECT_EQ(visited, (std::vector<int>{22, 14, 10, 8, 7, 6}));
+    ASSERT_EQ(want->GetNumOfCtrlPnts(), 14);
+    ASSERT_EQ(other->GetNumOfCtrlPnts(), 12) << "the data no longer tells the two rules apart";
+    EXPECT_EQ(YdBSplineCurve::CreateApproximateCurve(pts, idx, 11, false), nullptr);
+
+    std::unique_ptr<YdBSplineCurve> got(
+        YdBSplineCurve::CreateApproximateCurve(pts, idx, false, 1e3));
+    ASSERT_NE(got, nullptr);
+    EXPECT_EQ(got->GetNumOfCtrlPnts(), 14);
+    ExpectSameControlPoints(got->CtrlPoints(), want->CtrlPoints(), "twelve interpolated points");
+}
+
 // =============================================================================================
 // The matrices
 
@@ -632,6 +835,80 @@ TEST(CurveApproximation, EnergyMatrixAddsIntoKAndIsBandedAndSymmetric) {
         EXPECT_NEAR(rowSum, 0.0, 1e-9 * maxAbs) << "row " << i;
     }
     EXPECT_GT(maxAbs, 0.0);
+}
+
+TEST(CurveApproximation, EnergyMatrixUsesTheRuleOfTheDegreeSpanBySpan) {
+    // Bit for bit the fairing matrix written out, for several derivative orders, an empty span,
+    // and a degree-6 curve, where the rule for order p (4 points) does not integrate the
+    // degree-8 products exactly: a finer rule gives visibly different numbers.
+    struct Case {
+        YdBSplineCurve curve;
+        int r;
+        const char* what;
+    };
+    YdKnotVec cubicKnots;
+    cubicKnots.SetKnots({0, 0, 0, 0, 0.15, 0.4, 0.4, 0.55, 0.9, 1, 1, 1, 1});
+    YdKnotVec sexticKnots;
+    sexticKnots.SetKnots({0, 0, 0, 0, 0, 0, 0, 0.3, 0.65, 1, 1, 1, 1, 1, 1, 1});
+    const std::vector<Case> cases = {
+        {YdBSplineCurve(cubicKnots, std::vector<YdPoint>(9), 3, false), 2, "cubic, r = 2"},
+        {YdBSplineCurve(cubicKnots, std::vector<YdPoint>(9), 3, false), 1, "cubic, r = 1"},
+        {YdBSplineCurve(cubicKnots, std::vector<YdPoint>(9), 3, false), 3, "cubic, r = 3"},
+        {YdBSplineCurve(sexticKnots, std::vector<YdPoint>(9), 6, false), 2, "degree 6, r = 2"},
+    };
+    for (const Case& k : cases) {
+        const int n = k.curve.GetNumOfCtrlPnts();
+        YdBSplineCurve c = k.curve;
+        YdMatrix K(n, n);
+        double maxAbs = -1.0;
+        Access::Energy(c, k.r, K, maxAbs);
+        YdMatrix want(n, n);
+        double wantMax = -2.0;
+        ReferenceEnergy(k.curve, k.r, k.curve.Degree(), want, wantMax);
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < n; ++j) {
+                EXPECT_EQ(K[i][j], want[i][j]) << k.what << " at (" << i << ", " << j << ")";
+            }
+        }
+        EXPECT_EQ(maxAbs, wantMax) << k.what;
+        EXPECT_GT(maxAbs, 0.0) << k.what;
+    }
+    const Case& sextic = cases.back();
+    YdMatrix fine(9, 9);
+    double fineMax = 0.0;
+    ReferenceEnergy(sextic.curve, 2, 21, fine, fineMax);
+    YdMatrix K(9, 9);
+    double maxAbs = 0.0;
+    YdBSplineCurve c = sextic.curve;
+    Access::Energy(c, 2, K, maxAbs);
+    double worst = 0.0;
+    for (int i = 0; i < 9; ++i) {
+        for (int j = 0; j < 9; ++j) {
+            worst = std::max(worst, std::fabs(K[i][j] - fine[i][j]));
+        }
+    }
+    EXPECT_GT(worst, 1e-6 * fineMax) << "the degree's own rule should be visibly coarser";
+}
+
+TEST(CurveApproximation, BandLimitsFollowTheSpansOfTheParameters) {
+    // Spans 3, 4, 6 (no parameter falls in span 5, so two limits move at row 5):
+    // first = 0 for columns 0..3, then the row where each later span begins; last = the row
+    // before it, and m - 1 for the columns left over.
+    const std::vector<double> params = {0.0, 0.1, 0.2, 0.3, 0.35, 0.8, 0.9, 0.95, 1.0};
+    std::vector<YdPoint> pts;
+    for (double u : params) {
+        pts.emplace_back(u, u * u, 0.0);
+    }
+    YdBSplineCurve c(pts, 3, false);
+    c.KnotVec().SetKnots({0, 0, 0, 0, 0.25, 0.5, 0.75, 1, 1, 1, 1});
+    Access::Params(c) = params;
+    const int n = 7;
+    YdMatrix N(9, n);
+    std::vector<int> first(n, -5);
+    std::vector<int> last(n, -5);
+    Access::ErrorMatrix(c, N, first.data(), last.data(), n);
+    EXPECT_EQ(first, (std::vector<int>{0, 0, 0, 0, 3, 5, 5}));
+    EXPECT_EQ(last, (std::vector<int>{2, 4, 4, 8, 8, 8, 8}));
 }
 
 TEST(CurveApproximation, ZeroBendingEnergyMakesTheFitFailInsteadOfDividing) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
+#include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
@@ -97,6 +98,78 @@ int NonEmptySpans(const YdBSplineCurve& c) {
         }
     }
     return spans;
+}
+
+// The offset points written straight from their definition, with the public members only: ten
+// samples per non-empty span by repeated addition of a tenth, the last one set to the end knot;
+// unit tangents there; the start offset d ((T x A) x T) from the unit first and second
+// derivatives at the parameter 0.0 (which also gives the first point); then each offset vector
+// carried to the next sample by the rotation that turns one tangent into the next. Meant for
+// curves whose second derivative at 0.0 is not zero.
+std::vector<YdPoint> ReferenceOffsetPoints(const YdBSplineCurve& c, double d) {
+    const int p = c.Degree();
+    const std::vector<double>& U = c.KnotVec().GetKnots();
+    const int K = static_cast<int>(U.size());
+    std::vector<double> params{U[static_cast<std::size_t>(p)]};
+    for (int i = p + 1; i < K - p; ++i) {
+        const double delta = U[static_cast<std::size_t>(i)] - U[static_cast<std::size_t>(i) - 1];
+        if (delta == 0.0) {
+            continue;
+        }
+        double u = U[static_cast<std::size_t>(i) - 1];
+        for (int j = 1; j <= 10; ++j) {
+            u += delta / 10;
+            params.push_back(u);
+        }
+    }
+    params.back() = U[static_cast<std::size_t>(K - p - 1)];
+
+    const std::size_t n = params.size();
+    std::vector<YdPoint> P(n);
+    std::vector<YdVector> T(n);
+    std::vector<YdVector> der;
+    for (std::size_t i = 0; i < n; ++i) {
+        c.Evaluate(params[i], 1, P[i], der);
+        T[i] = der[0];
+        T[i].Normalize();
+    }
+    c.Evaluate(0.0, 2, P[0], der);
+    YdVector t = der[0];
+    t.Normalize();
+    YdVector a = der[1];
+    a.Normalize();
+    const YdVector normal = (t * a) * t;
+    std::vector<YdPoint> Q(n);
+    Q[0] = P[0] + normal * d;
+    for (std::size_t i = 1; i < n; ++i) {
+        const YdMatrix R = YdMatrix::s_GetRotationMatrix(T[i - 1], T[i]);
+        Q[i] = P[i] + R * ((Q[i - 1] + (P[i] - P[i - 1])) - P[i]);
+    }
+    return Q;
+}
+
+// The length of the start offset vector d ((T x A) x T), with T and A the unit first and second
+// derivatives at the parameter 0.0: d times the sine of the angle between them. The transport
+// keeps this length, so every offset point lies this far from the curve.
+double StartOffsetLength(const YdBSplineCurve& c, double d) {
+    YdPoint pt;
+    std::vector<YdVector> der;
+    c.Evaluate(0.0, 2, pt, der);
+    YdVector t = der[0];
+    t.Normalize();
+    YdVector a = der[1];
+    a.Normalize();
+    return std::fabs(d) * ((t * a) * t).Magnitude();
+}
+
+void ExpectSamePoints(const std::vector<YdPoint>& got, const std::vector<YdPoint>& want,
+                      const char* what) {
+    ASSERT_EQ(got.size(), want.size()) << what;
+    for (std::size_t i = 0; i < got.size(); ++i) {
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_EQ(got[i][k], want[i][k]) << what << ", point " << i << ", coord " << k;
+        }
+    }
 }
 
 }  // namespace
@@ -217,13 +290,55 @@ TEST(OffSetCurve, StaticFormMatchesTheMember) {
     }
 }
 
+TEST(OffSetCurve, StartOffsetIsDistanceTimesBinormalCrossTangent) {
+    // A Bezier whose second derivative at the start leans 45 degrees along the tangent:
+    // C'(0) = (3, 0, 0), C''(0) = (6, 6, 0). With unit T = (1, 0, 0) and A = (1, 1, 0) / sqrt 2,
+    // (T x A) x T = (0, 1 / sqrt 2, 0): the start offset is d / sqrt 2 along y, not d.
+    CurvePtr c(new YdBSplineCurve(
+        Knots({0, 0, 0, 0, 1, 1, 1, 1}),
+        {YdPoint(0, 0, 0), YdPoint(1, 0, 0), YdPoint(3, 1, 0), YdPoint(4, 3, 0)}, 3, false));
+    const double d = 2.0;
+    CurvePtr offset(c->OffSetCurve(d, 1e-6));
+    ASSERT_NE(offset, nullptr);
+    ASSERT_EQ(offset->FitPoints().size(), 11u);
+    const YdPoint q0 = offset->FitPoints().front();
+    EXPECT_TRUE(ydtest::PointsNear(q0, YdPoint(0.0, d / std::sqrt(2.0), 0.0), 1e-15));
+}
+
+TEST(OffSetCurve, OffsetPointsFollowTheTransportExactly) {
+    struct Case {
+        CurvePtr curve;
+        double d;
+        const char* what;
+    };
+    std::vector<Case> cases;
+    cases.push_back({OpenSpaceCurve(), 0.8, "open space curve"});
+    // A knot range that does not start at 0 and a double knot: the start frame is still taken
+    // at the parameter 0.0, and the empty span gives no samples.
+    cases.push_back(
+        {CurvePtr(new YdBSplineCurve(
+             Knots({0.2, 0.2, 0.2, 0.2, 0.5, 0.9, 0.9, 1.4, 1.4, 1.4, 1.4}),
+             {YdPoint(0, 0, 0), YdPoint(2, 1, 0.5), YdPoint(4, 3, 1.0), YdPoint(6, 2, 2.0),
+              YdPoint(8, 0, 2.5), YdPoint(9, 2, 3.0), YdPoint(10, 1, 3.0)},
+             3, false)),
+         -0.6, "shifted knot range"});
+    cases.push_back({FittedCircle(7.0), 1.25, "closed circle"});
+    for (Case& k : cases) {
+        ASSERT_NE(k.curve, nullptr) << k.what;
+        CurvePtr offset(k.curve->OffSetCurve(k.d, 1e-6));
+        ASSERT_NE(offset, nullptr) << k.what;
+        ExpectSamePoints(offset->FitPoints(), ReferenceOffsetPoints(*k.curve, k.d), k.what);
+    }
+}
+
 // ---------------------------------------------------------------------------------------------
 // Offset: properties
 
 TEST(OffSetCurve, SpaceCurveOffsetPointsStayAtTheDistance) {
     // The transported offset vector stays perpendicular to the tangent and keeps its length, so
-    // every offset point lies at the distance from the curve (well inside the radius of
-    // curvature), also without a fixed plane.
+    // every offset point lies as far from the curve as the start offset (well inside the radius
+    // of curvature), also without a fixed plane. The open fit's speed varies at the start, so
+    // that length is d times the sine of the angle between C' and C'' there, a little below d.
     std::vector<YdPoint> helix;
     for (int i = 0; i <= 60; ++i) {
         const double a = 4.0 * kPi * i / 60.0;
@@ -234,20 +349,25 @@ TEST(OffSetCurve, SpaceCurveOffsetPointsStayAtTheDistance) {
     const double d = 0.75;
     CurvePtr offset(c->OffSetCurve(d, 1e-6));
     ASSERT_NE(offset, nullptr);
+    const double reach = StartOffsetLength(*c, d);
+    ASSERT_GT(reach, 0.99 * d);
+    ASSERT_LT(reach, d);
     const std::vector<YdPoint>& q = offset->FitPoints();
     ASSERT_GT(q.size(), 10u);
     for (std::size_t i = 0; i < q.size(); ++i) {
-        EXPECT_NEAR(DistanceToCurve(*c, q[i]), d, 1e-6) << "offset point " << i;
+        EXPECT_NEAR(DistanceToCurve(*c, q[i]), reach, 1e-6) << "offset point " << i;
     }
     // And the fitted offset follows them within the fit tolerance (1e-3 in length).
     for (int i = 0; i <= 200; ++i) {
         const double u = i / 200.0;
-        EXPECT_NEAR(DistanceToCurve(*c, offset->Evaluate(u)), d, 2e-3) << "at u = " << u;
+        EXPECT_NEAR(DistanceToCurve(*c, offset->Evaluate(u)), reach, 2e-3) << "at u = " << u;
     }
 }
 
 TEST(OffSetCurve, OpenPlanarArcOffsetStaysOnTheConcaveSide) {
-    // A quarter circle of radius 6 fitted through many points, offset by 1 towards its centre.
+    // A quarter circle of radius 6 fitted through many points, offset towards its centre by 1
+    // times the sine of the angle between C' and C'' at the start (the open fit's speed varies
+    // there, so this is a little below 1).
     std::vector<YdPoint> arc;
     for (int i = 0; i <= 30; ++i) {
         const double a = 0.5 * kPi * i / 30.0;
@@ -260,11 +380,14 @@ TEST(OffSetCurve, OpenPlanarArcOffsetStaysOnTheConcaveSide) {
     ASSERT_NE(offset, nullptr);
     EXPECT_FALSE(offset->IsClosed());
     const double arcError = RadialDeviation(*c, 6.0);
+    const double reach = StartOffsetLength(*c, 1.0);
+    ASSERT_GT(reach, 0.99);
     for (int i = 0; i <= 100; ++i) {
         const double u = i / 100.0;
         const YdPoint q = offset->Evaluate(u);
-        EXPECT_NEAR(DistanceToCurve(*c, q), 1.0, 1.2 * std::sqrt(tol)) << "at u = " << u;
-        EXPECT_NEAR(std::hypot(q[0], q[1]), 5.0, arcError + 1.2 * std::sqrt(tol)) << "at u = " << u;
+        EXPECT_NEAR(DistanceToCurve(*c, q), reach, 1.2 * std::sqrt(tol)) << "at u = " << u;
+        EXPECT_NEAR(std::hypot(q[0], q[1]), 6.0 - reach, arcError + 1.2 * std::sqrt(tol))
+            << "at u = " << u;
     }
 }
 
@@ -285,6 +408,20 @@ TEST(OffSetCurve, StraightStartGivesZeroOffsetNotNaN) {
         const YdPoint q = offset->Evaluate(u);
         EXPECT_NEAR(q[0], q[1], 1e-6) << "at u = " << u;
         EXPECT_NEAR(q[2], 0.0, 1e-9) << "at u = " << u;
+    }
+}
+
+TEST(OffSetCurve, StartAccelerationAlongTheTangentGivesNoOffset) {
+    // A straight cubic with unevenly spaced control points: C'' is not zero at the start but
+    // lies along C', so (T x A) x T vanishes and the offset points stay on the line.
+    std::vector<YdPoint> ctrl{YdPoint(0, 0, 0), YdPoint(0.5, 1, 0), YdPoint(2, 4, 0),
+                              YdPoint(3, 6, 0)};
+    CurvePtr line(new YdBSplineCurve(Knots({0, 0, 0, 0, 1, 1, 1, 1}), ctrl, 3, false));
+    CurvePtr offset(line->OffSetCurve(2.0, 1e-6));
+    ASSERT_NE(offset, nullptr);
+    for (const YdPoint& q : offset->FitPoints()) {
+        EXPECT_NEAR(2.0 * q[0] - q[1], 0.0, 1e-12) << "at (" << q[0] << ", " << q[1] << ")";
+        EXPECT_EQ(q[2], 0.0);
     }
 }
 
@@ -369,6 +506,52 @@ TEST(Rotate, JointKnotSplitsTheRangeByArcLength) {
     EXPECT_TRUE(std::is_sorted(k.begin(), k.end()));
     // Arc length up to the joint is the first piece's.
     EXPECT_NEAR(circle->Length(0.0, r, true), la, 1e-9 * (la + lb));
+}
+
+TEST(Rotate, KnotsAndControlPointsAreThePiecesJoinedExactly) {
+    // The new knots are the first piece's without its last knot, scaled by r = LA / (LA + LB),
+    // then the second piece's from index p + 1 on, mapped by r + (1 - r) k, and the whole
+    // normalised; the control points are the first piece's and then the second piece's from
+    // its second one on.
+    std::vector<YdPoint> pts;
+    for (int i = 0; i < 36; ++i) {
+        const double a = 2.0 * kPi * i / 36;
+        pts.emplace_back(5.0 * std::cos(a) + 0.7 * std::cos(2 * a), 3.0 * std::sin(a),
+                         0.4 * std::sin(3 * a));
+    }
+    CurvePtr original(YdBSplineCurve::CreateApproximateCurve(pts, true, 1e-6));
+    ASSERT_NE(original, nullptr);
+    for (double u : {0.37, 0.9}) {
+        CurvePtr a(original->ExtractSubCurve(u, 1.0));
+        CurvePtr b(original->ExtractSubCurve(0.0, u));
+        ASSERT_NE(a, nullptr) << "u = " << u;
+        ASSERT_NE(b, nullptr) << "u = " << u;
+        const int p = original->Degree();
+        const double la = a->Length(0.0, 1.0, true);
+        const double lb = b->Length(0.0, 1.0, true);
+        const double r = la / (la + lb);
+        std::vector<double> knots(a->KnotVec().GetKnots().begin(),
+                                  a->KnotVec().GetKnots().end() - 1);
+        for (double& k : knots) {
+            k *= r;
+        }
+        const double joint = knots.back();
+        const std::vector<double>& bk = b->KnotVec().GetKnots();
+        for (std::size_t i = static_cast<std::size_t>(p) + 1; i < bk.size(); ++i) {
+            knots.push_back(joint + (1.0 - joint) * bk[i]);
+        }
+        YdKnotVec expectedKnots = Knots(knots);
+        expectedKnots.Normalize();
+        std::vector<YdPoint> ctrl = a->CtrlPoints();
+        ctrl.insert(ctrl.end(), b->CtrlPoints().begin() + 1, b->CtrlPoints().end());
+
+        YdBSplineCurve rotated(*original);
+        ASSERT_TRUE(rotated.Rotate(u)) << "u = " << u;
+        EXPECT_EQ(rotated.KnotVec().GetKnots(), expectedKnots.GetKnots()) << "u = " << u;
+        ExpectSamePoints(rotated.CtrlPoints(), ctrl, "rotated control points");
+        EXPECT_EQ(rotated.FitPoints().size(), original->FitPoints().size()) << "u = " << u;
+        EXPECT_EQ(rotated.GetPointsParams(), original->GetPointsParams()) << "u = " << u;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------

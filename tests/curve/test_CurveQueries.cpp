@@ -16,6 +16,7 @@
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdNurbsLib/nurbs/YdNurbsHelper.h"
 #include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
@@ -163,6 +164,91 @@ class CircleCurve : public ::testing::Test {
     double maxRadialError_ = 0.0;
 };
 
+// The Gauss length written straight from its definition: break points a, the knots strictly
+// inside (a, b) as often as they occur, b; the 4-point rule on each piece, summed in order.
+double ReferenceGaussLength(const YdBSplineCurve& c, double a, double b, bool signedLength) {
+    double sign = 1.0;
+    if (a > b) {
+        std::swap(a, b);
+        if (signedLength) {
+            sign = -1.0;
+        }
+    }
+    if (a == b) {
+        return 0.0;
+    }
+    std::vector<double> breaks{a};
+    for (double k : c.KnotVec().GetKnots()) {
+        if (!(k < b)) {
+            break;
+        }
+        if (a < k) {
+            breaks.push_back(k);
+        }
+    }
+    breaks.push_back(b);
+    std::vector<double> nodes;
+    std::vector<double> weights;
+    YdNurbsHelper::GetGaussWeightsAndKnots(7, nodes, weights);
+    double sum = 0.0;
+    YdPoint pt;
+    std::vector<YdVector> der;
+    for (std::size_t i = 0; i + 1 < breaks.size(); ++i) {
+        const double h = (breaks[i + 1] - breaks[i]) / 2;
+        const double mid = (breaks[i + 1] + breaks[i]) / 2;
+        double piece = 0.0;
+        for (std::size_t g = 0; g < nodes.size(); ++g) {
+            c.Evaluate(h * nodes[g] + mid, 1, pt, der);
+            piece += weights[g] * der[0].Magnitude();
+        }
+        sum += h * piece;
+    }
+    return sum * sign;
+}
+
+// The Romberg length written straight from its definition; level receives the level at which
+// it stopped (15 when it ran through all of them).
+double ReferenceRomberg(const YdBSplineCurve& c, double a, double b, double tol, int& level) {
+    std::vector<YdPoint> pts{c.Evaluate(a), c.Evaluate(b)};
+    double R[15][15];
+    R[0][0] = (pts[1] - pts[0]).Magnitude();
+    for (int i = 1; i < 15; ++i) {
+        const std::size_t k = pts.size();
+        const double h = (b - a) / static_cast<double>(2 * k - 2);
+        std::vector<YdPoint> next(2 * k - 1);
+        for (std::size_t j = 0; j < k; ++j) {
+            next[2 * j] = pts[j];
+        }
+        for (std::size_t j = 0; j + 1 < k; ++j) {
+            next[2 * j + 1] = c.Evaluate(a + static_cast<double>(2 * j + 1) * h);
+        }
+        pts = next;
+        std::vector<double> chords;
+        for (std::size_t t = 0; t + 1 < pts.size(); ++t) {
+            chords.push_back((pts[t + 1] - pts[t]).Magnitude());
+        }
+        while (chords.size() > 1) {
+            std::vector<double> half(chords.size() / 2);
+            for (std::size_t t = 0; t < half.size(); ++t) {
+                half[t] = chords[2 * t] + chords[2 * t + 1];
+            }
+            chords = half;
+        }
+        R[i][0] = chords[0];
+        double f = 0.0;
+        for (int j = 1; j <= i; ++j) {
+            f = 4 * f + 3;
+            R[i][j] = R[i][j - 1] + (R[i][j - 1] - R[i - 1][j - 1]) / f;
+        }
+        if (tol * R[i][i] > std::fabs(R[i][i] - R[i - 1][i - 1])) {
+            level = i;
+            return R[i][i];
+        }
+    }
+    level = 15;
+    return R[14][14];
+}
+
 // ------------------------------------------------------------------------------------------
 // Length
 
@@ -212,6 +298,58 @@ TEST(CurveLength, RombergLengthOfStraightCubicIsChord) {
     const YdBSplineCurve c = StraightCubic();
     const double chord = Distance(c.Evaluate(0.0), c.Evaluate(1.0));
     EXPECT_NEAR(c.Length(0.0, 1.0, 1e-6), chord, 1e-12 * chord);
+}
+
+TEST(CurveLength, RombergOfStraightCubicStopsAtLevelOneOrTwo) {
+    const YdBSplineCurve c = StraightCubic();
+    for (double tol : {1e-6, 1e-10}) {
+        int level = 0;
+        const double want = ReferenceRomberg(c, 0.0, 1.0, tol, level);
+        EXPECT_GE(level, 1) << "tol " << tol;
+        EXPECT_LE(level, 2) << "tol " << tol;
+        EXPECT_EQ(c.Length(0.0, 1.0, tol), want) << "tol " << tol;
+    }
+}
+
+TEST(CurveLength, RombergFollowsTheLevelsExactly) {
+    // Levels, point insertion, pairwise summation, the factors 3, 15, 63, ... and the relative
+    // stop test, against the reference on curves and tolerances that stop at many levels.
+    std::mt19937 rng(18);
+    int deepest = 0;
+    for (int trial = 0; trial < 4; ++trial) {
+        const YdBSplineCurve c = RandomCubic(rng, 6 + 2 * trial);
+        for (double tol : {1e-2, 1e-5, 1e-9, 0.0}) {
+            for (const auto& ab : std::vector<std::pair<double, double>>{{0.0, 1.0}, {0.8, 0.15}}) {
+                int level = 0;
+                const double want = ReferenceRomberg(c, ab.first, ab.second, tol, level);
+                deepest = std::max(deepest, level);
+                EXPECT_EQ(c.Length(ab.first, ab.second, tol), want)
+                    << "trial " << trial << ", tol " << tol << " on [" << ab.first << ", "
+                    << ab.second << "], stopped at level " << level;
+            }
+        }
+    }
+    EXPECT_EQ(deepest, 15) << "a zero tolerance runs through every level";
+}
+
+TEST(CurveLength, GaussLengthSumsFourPointPiecesBetweenBreakPoints) {
+    // A double and a triple interior knot give empty pieces; intervals that start or end on a
+    // knot, inside a span, and reversed.
+    std::mt19937 rng(19);
+    std::vector<YdPoint> ctrl;
+    for (int i = 0; i < 10; ++i) {
+        ctrl.emplace_back(1.5 * i, std::sin(1.3 * i) * 2.0, 0.3 * i * std::cos(0.7 * i));
+    }
+    const YdBSplineCurve c = MakeCurve(ctrl, {0.2, 0.45, 0.45, 0.7, 0.7, 0.7}, 3);
+    const std::vector<std::pair<double, double>> ranges = {
+        {0.0, 1.0}, {0.1, 0.6}, {0.45, 0.7}, {0.3, 0.45}, {0.71, 0.99}, {0.9, 0.05}, {0.5, 0.5}};
+    for (const auto& ab : ranges) {
+        for (bool sgn : {true, false}) {
+            EXPECT_EQ(c.Length(ab.first, ab.second, sgn),
+                      ReferenceGaussLength(c, ab.first, ab.second, sgn))
+                << "on [" << ab.first << ", " << ab.second << "], signed " << sgn;
+        }
+    }
 }
 
 TEST(CurveLength, RombergStopsAtFirstLevelWhenChordsAgree) {
@@ -396,6 +534,64 @@ std::vector<double> ReferenceStarts(const YdBSplineCurve& c, const YdPoint& P) {
     return out;
 }
 
+// The point inversion written straight from its definition with public members: the start
+// values above (or the one given), eps 1e-7, the stopping cosine cos(89.5) of 89.5 radians, at
+// most five Newton steps, the parameter wrapped (closed) or clamped (open) into [U[p], U[n]],
+// and the best start value kept by a strict comparison with the point last evaluated. For
+// well-behaved queries only (the plain wrap loops would not end on a non-finite step).
+bool ReferenceNearest(const YdBSplineCurve& c, const YdPoint& P, double& u, YdPoint& nearest,
+                      const double* u0) {
+    const std::vector<double> starts =
+        u0 != nullptr ? std::vector<double>{*u0} : ReferenceStarts(c, P);
+    const std::vector<double>& U = c.KnotVec().GetKnots();
+    const double umin = U[static_cast<std::size_t>(c.Degree())];
+    const double umax = U[static_cast<std::size_t>(c.GetNumOfCtrlPnts())];
+    const double cosTol = std::cos(89.5);
+    double best = 1e16;
+    bool found = false;
+    for (double s : starts) {
+        double uc = s;
+        double d = 1e16;
+        YdPoint C;
+        std::vector<YdVector> der;
+        for (int step = 0; step < 5; ++step) {
+            c.Evaluate(uc, 2, C, der);
+            const YdVector diff = C - P;
+            d = diff.Magnitude();
+            if (d <= 1e-7) {
+                break;
+            }
+            const double num = der[0] % diff;
+            if (std::fabs(num) / (der[0].Magnitude() * d) <= cosTol) {
+                break;
+            }
+            double uNew = uc - num / (der[1] % diff + der[0] % der[0]);
+            if (c.IsClosed()) {
+                while (uNew < umin) {
+                    uNew += umax - umin;
+                }
+                while (uNew > umax) {
+                    uNew -= umax - umin;
+                }
+            } else {
+                uNew = std::min(std::max(uNew, umin), umax);
+            }
+            if (std::fabs((uNew - uc) * der[0].Magnitude()) <= 1e-7) {
+                uc = uNew;
+                break;
+            }
+            uc = uNew;
+        }
+        if (best > d) {
+            found = true;
+            best = d;
+            u = uc;
+            nearest = C;
+        }
+    }
+    return found;
+}
+
 TEST(CurveStartValues, OrderedByDistanceAndAppended) {
     std::mt19937 rng(23);
     const YdBSplineCurve c = RandomCubic(rng, 12);
@@ -500,6 +696,49 @@ TEST(CurveNearestPoint, AgreesWithBruteForceOnRandomPoints) {
     }
 }
 
+TEST(CurveNearestPoint, FollowsTheNewtonSchemeExactly) {
+    // Bit for bit the reference, with and without a start value, on open and closed curves.
+    // The reported point is the one last evaluated, so after a stop by the step test or after
+    // the fifth step it lags the parameter by one update; some queries must show that.
+    std::mt19937 rng(36);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    std::uniform_real_distribution<double> off(-2.0, 2.0);
+    std::vector<std::unique_ptr<YdBSplineCurve>> curves;
+    curves.push_back(SmoothCurve(rng, 14));
+    curves.push_back(std::make_unique<YdBSplineCurve>(RandomCubic(rng, 12)));
+    curves.push_back(std::unique_ptr<YdBSplineCurve>(
+        YdBSplineCurve::CreateInterpolateCurve(CirclePoints(6.0, 24), true)));
+    int lagging = 0;
+    int queries = 0;
+    for (std::size_t ci = 0; ci < curves.size(); ++ci) {
+        ASSERT_NE(curves[ci], nullptr);
+        const YdBSplineCurve& c = *curves[ci];
+        for (int q = 0; q < 60; ++q) {
+            const double uOn = unit(rng);
+            const YdPoint on = c.Evaluate(uOn);
+            const YdPoint P(on[0] + off(rng), on[1] + off(rng), on[2] + 0.25 * off(rng));
+            double u0 = uOn + 0.05 * off(rng);
+            for (const double* start :
+                 {static_cast<const double*>(nullptr), static_cast<const double*>(&u0)}) {
+                double u = -7.0;
+                YdPoint got;
+                double uRef = -9.0;
+                YdPoint want;
+                const bool ok = c.FindNearestPoint(P, u, got, const_cast<double*>(start));
+                ASSERT_EQ(ok, ReferenceNearest(c, P, uRef, want, start));
+                ASSERT_TRUE(ok);
+                ++queries;
+                EXPECT_EQ(u, uRef) << "curve " << ci << ", query " << q;
+                EXPECT_TRUE(PointsNear(got, want, 0.0)) << "curve " << ci << ", query " << q;
+                if (!PointsNear(got, c.Evaluate(u), 0.0)) {
+                    ++lagging;
+                }
+            }
+        }
+    }
+    EXPECT_GT(lagging, 0) << "of " << queries << " queries";
+}
+
 TEST(CurveNearestPoint, PointsBeyondEndsProjectOntoEnds) {
     std::mt19937 rng(32);
     const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 16);
@@ -601,6 +840,53 @@ TEST(CurveLocatePoint, ForwardThenBackwardReturnsToStart) {
     }
 }
 
+TEST(CurveLocatePoint, BisectsTheBracketOnTheProjectionsSide) {
+    // The bisection written out: forward on [u0, 1] (a length above dist moves the upper end),
+    // backward on [0, u0] (a length above dist moves the lower end), until the Romberg length
+    // is within 1e-7 of dist.
+    std::mt19937 rng(44);
+    for (int trial = 0; trial < 3; ++trial) {
+        const std::unique_ptr<YdBSplineCurve> curve = SmoothCurve(rng, 11 + 2 * trial);
+        ASSERT_NE(curve, nullptr);
+        const YdBSplineCurve& c = *curve;
+        const YdPoint P = c.Evaluate(0.35 + 0.1 * trial) + YdVector(0.0, 0.0, 0.3);
+        double u0 = 0.0;
+        YdPoint foot;
+        ASSERT_TRUE(c.FindNearestPoint(P, u0, foot));
+        for (bool forward : {true, false}) {
+            const double tol = 1e-8;
+            const double dist = 0.4 * (forward ? c.Length(u0, 1.0, tol) : c.Length(0.0, u0, tol));
+            double lo = forward ? u0 : 0.0;
+            double hi = forward ? 1.0 : u0;
+            double mid = 0.0;
+            for (int round = 0; round < 2000; ++round) {
+                mid = (lo + hi) * 0.5;
+                const double e = (forward ? c.Length(u0, mid, tol) : c.Length(mid, u0, tol)) - dist;
+                if (std::fabs(e) < 1e-7) {
+                    break;
+                }
+                if (forward) {
+                    if (e >= 0.0) {
+                        hi = mid;
+                    } else {
+                        lo = mid;
+                    }
+                } else if (e >= 0.0) {
+                    lo = mid;
+                } else {
+                    hi = mid;
+                }
+            }
+            double u = -1.0;
+            YdPoint pt;
+            ASSERT_TRUE(c.locatePoint(P, dist, forward, u, pt, tol)) << "trial " << trial;
+            EXPECT_EQ(u, mid) << "trial " << trial << ", forward " << forward;
+            EXPECT_TRUE(PointsNear(pt, c.Evaluate(mid), 0.0)) << "trial " << trial;
+            EXPECT_EQ(forward, u > u0) << "trial " << trial;
+        }
+    }
+}
+
 TEST(CurveLocatePoint, DistanceBeyondEndReportsEnd) {
     std::mt19937 rng(42);
     const YdBSplineCurve c = RandomCubic(rng, 8);
@@ -657,6 +943,20 @@ TEST(CurveCurvature, MatchesFiniteDifferenceFormula) {
     }
 }
 
+TEST(CurveCurvature, IsTheCrossProductOverTheCubedSpeed) {
+    std::mt19937 rng(56);
+    const YdBSplineCurve c = RandomCubic(rng, 9);
+    for (double u : {0.0, 0.13, 0.5, 0.77, 1.0}) {
+        YdPoint pt;
+        std::vector<YdVector> der;
+        c.Evaluate(u, 2, pt, der);
+        double k = -1.0;
+        ASSERT_TRUE(c.CalculateCurvature(u, k)) << "at u = " << u;
+        EXPECT_EQ(k, (der[0] * der[1]).Magnitude() / std::pow(der[0].Magnitude(), 3.0))
+            << "at u = " << u;
+    }
+}
+
 TEST(CurveCurvature, StraightCurveHasZeroCurvatureAndInfiniteRadius) {
     const YdBSplineCurve c = StraightCubic();
     for (double u : {0.0, 0.2, 0.55, 1.0}) {
@@ -703,6 +1003,38 @@ TEST(CurveMiddlePoint, HalvesTheGaussLength) {
     const double half = c.Length(0.0, 1.0, true) / 2.0;
     EXPECT_LE(std::fabs(c.Length(0.0, u, true) - half), 1e-5);
     EXPECT_TRUE(PointsNear(pt, c.Evaluate(u), 0.0));
+}
+
+TEST(CurveMiddlePoint, BisectsInAtMostAHundredRounds) {
+    // The rounds written out: half of the Gauss length of [0, 1]; from u = 0.5 the parameter
+    // moves half-way towards the bracket end on the far side of the target until the length
+    // error is at most 1e-5.
+    std::mt19937 rng(57);
+    for (int trial = 0; trial < 3; ++trial) {
+        const YdBSplineCurve c = RandomCubic(rng, 7 + 3 * trial);
+        const double half = c.Length(0.0, 1.0, true) / 2.0;
+        double lo = 0.0;
+        double hi = 1.0;
+        double want = 0.5;
+        for (int round = 0; round < 100; ++round) {
+            const double e = c.Length(0.0, want, true) - half;
+            if (std::fabs(e) <= 1e-5) {
+                break;
+            }
+            if (e > 1e-5) {
+                hi = want;
+                want = (want + lo) / 2;
+            } else {
+                lo = want;
+                want = (hi + want) / 2;
+            }
+        }
+        YdPoint pt;
+        double u = -1.0;
+        c.GetMiddlePoint(pt, u);
+        EXPECT_EQ(u, want) << "trial " << trial;
+        EXPECT_TRUE(PointsNear(pt, c.Evaluate(want), 0.0)) << "trial " << trial;
+    }
 }
 
 TEST(CurveMiddlePoint, SymmetricCurveHasMiddleNearHalf) {

@@ -223,19 +223,19 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// a == b.
     double Length(double a, double b, bool signedLength) const;
     /// Arc length from a to b by Romberg extrapolation of chord lengths, at most 15 levels,
-    /// stopping when the relative change is below tol. Always positive.
+    /// stopping when the relative change is below tol. Never negative (0.0 for a == b).
     double Length(double a, double b, double tol) const;
     /// Point inversion: the parameter u and the curve point `nearest` closest to P, by Newton
     /// iteration (at most 5 steps) from the start value *u0, or, when u0 is null, from up to
     /// five start values taken from a coarse sampling of every span. The stopping cosine is
     /// cos(89.5) with the argument in radians (about 0.0354), taken as it stands. A closed
     /// curve wraps the parameter across its seam; an open one clamps it. A step whose
-    /// denominator is zero, or whose new parameter is not finite, ends that start value's
-    /// iteration (guarded: no NaN parameter); a closed curve's wrap of a far-away parameter is
-    /// bounded. False, out-parameters untouched, when there is no start value (a curve without
-    /// spans: degree below 0, no more control points than the degree, a knot count other than
-    /// control points + degree + 1, or a parameter range of zero width) or when no start value
-    /// ends at a finite distance (a NaN query point).
+    /// denominator is zero, or whose new parameter is NaN (or, on a closed curve, infinite),
+    /// ends that start value's iteration (guarded: no NaN parameter); a closed curve's wrap of a
+    /// far-away parameter is bounded. False, out-parameters untouched, when there is no start value
+    /// (a curve without spans: degree below 0, no more control points than the degree, a knot count
+    /// other than control points + degree + 1, or a parameter range of zero width) or when no start
+    /// value ends at a finite distance (a NaN query point).
     bool FindNearestPoint(const YdPoint& P, double& u, YdPoint& nearest,
                           double* u0 = nullptr) const;
     /// The point at arc length `dist` (a length) from the projection of P, forward (towards
@@ -272,12 +272,13 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// distance). The offset vector is transported span by span with the rotation that turns
     /// each tangent into the next, ten samples per non-empty span (the tolerance does not
     /// change the sampling, as hosts expect), and the samples are fitted with
-    /// CreateApproximateCurve at `tolerance` (a squared distance). The start normal is the
-    /// unit principal normal, so the offset is `distance` also where the speed varies. A
-    /// straight start (second derivative zero or along the tangent) has no normal: the offset
-    /// vector is then zero and the offset follows the curve, rather than an invented
-    /// direction. Null when the fit fails or the curve is malformed (a negative degree, fewer
-    /// than 2 (p + 1) knots).
+    /// CreateApproximateCurve at `tolerance` (a squared distance). The start offset is
+    /// distance x (T x A) x T with T and A the unit first and second derivatives at the
+    /// parameter 0.0: its length is distance times the sine of their angle, so the full
+    /// distance only where C'' is perpendicular to C' (as on a circle), which hosts expect. A
+    /// zero second derivative (a straight start) gives a zero offset vector rather than an
+    /// invented direction; one along the tangent gives a (nearly) zero one. Null when the fit
+    /// fails or the curve is malformed (a negative degree, fewer than 2 (p + 1) knots).
     YdBSplineCurve* OffSetCurve(double distance, double tolerance) const;
     /// The same algorithm applied to `curve`.
     static YdBSplineCurve* CreateOffSetBSpline(const YdBSplineCurve& curve, double distance,
