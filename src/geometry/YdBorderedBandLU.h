@@ -33,6 +33,7 @@ class YdBorderedBandLU {
     /// A negative n gives the empty system; borderWidth is clamped to [0, n].
     YdBorderedBandLU(int n, int borderWidth);
 
+    /// The order n of the system (0 for the empty one).
     int Size() const;
     /// Stores A[i][j] = v (a store, not an addition); the row's band grows to hold column j.
     /// Indices outside [0, Size()) are ignored. Meant for filling before LUDecompose.

@@ -4,11 +4,15 @@
 
 YdLine::YdLine() : m_point(0.0, 0.0, 0.0), m_direction(0.0, 0.0, 0.0) {}
 
-YdLine::YdLine(const YdPoint& p, const YdVector& d) : m_point(p), m_direction(d) {
+// The point goes in through point assignment, exactly as in Set, so a constructed line and a
+// Set one hold the same point (the per-slot m_angle, m_dAttr2 and m_dAttr3 are not taken).
+YdLine::YdLine(const YdPoint& p, const YdVector& d) : m_point(), m_direction(d) {
+    m_point = p;
     m_direction.Normalize();
 }
 
-YdLine::YdLine(const YdPoint& a, const YdPoint& b) : m_point(a), m_direction(b - a) {
+YdLine::YdLine(const YdPoint& a, const YdPoint& b) : m_point(), m_direction(b - a) {
+    m_point = a;
     m_direction.Normalize();
 }
 

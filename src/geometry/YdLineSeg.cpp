@@ -66,16 +66,10 @@ bool YdLineSeg::IsContain(const YdPoint& p) const {
 }
 
 YdPoint YdLineSeg::ProjectPoint(const YdPoint& p, double* t) const {
+    // No guard for a zero-length segment on purpose: 0 / 0 gives a NaN parameter and a NaN
+    // point, which are passed on rather than replaced by a made-up answer.
     const YdVector d = m_endPoint - m_startPoint;
-    const double len2 = d.Length2();
-    if (len2 == 0.0) {
-        // A zero-length segment has no parameter: report its start.
-        if (t != nullptr) {
-            *t = 0.0;
-        }
-        return m_startPoint;
-    }
-    const double r = ((p - m_startPoint) % d) / len2;
+    const double r = ((p - m_startPoint) % d) / d.Length2();
     if (t != nullptr) {
         *t = r;
     }

@@ -119,13 +119,23 @@ YdMatrix YdMatrix::operator*(double s) {
 }
 
 void YdMatrix::Set(int rows, int cols, double* data) {
-    Release();
-    Allocate(rows, cols);
-    if (data != nullptr && m_pData != nullptr) {
-        std::memcpy(
-            m_pData, data,
-            static_cast<std::size_t>(m_nRow) * static_cast<std::size_t>(m_nCol) * sizeof(double));
+    // The new block is filled before the old one is freed, so data may point into this
+    // matrix's own elements.
+    YdMatrix fresh(rows, cols);
+    if (data != nullptr && fresh.m_pData != nullptr) {
+        std::memcpy(fresh.m_pData, data,
+                    static_cast<std::size_t>(fresh.m_nRow) *
+                        static_cast<std::size_t>(fresh.m_nCol) * sizeof(double));
     }
+    Release();
+    m_nRow = fresh.m_nRow;
+    m_nCol = fresh.m_nCol;
+    m_pData = fresh.m_pData;
+    m_ppRow = fresh.m_ppRow;
+    fresh.m_nRow = 0;
+    fresh.m_nCol = 0;
+    fresh.m_pData = nullptr;
+    fresh.m_ppRow = nullptr;
 }
 
 void YdMatrix::SetIdentity() {
@@ -144,11 +154,13 @@ bool YdMatrix::IsIdentity() const {
     for (int i = 0; i < m_nRow; ++i) {
         for (int j = 0; j < m_nCol; ++j) {
             const double v = m_ppRow[i][j];
+            // Written as the two rejections: a diagonal that is not exactly 1 (a NaN is not),
+            // an off-diagonal above the bound (a NaN is not above it, so it passes).
             if (i == j) {
-                if (!(v == 1.0)) {
+                if (v != 1.0) {
                     return false;
                 }
-            } else if (!(std::fabs(v) <= kTol1e9)) {
+            } else if (std::fabs(v) > kTol1e9) {
                 return false;
             }
         }

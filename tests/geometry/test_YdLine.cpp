@@ -70,6 +70,32 @@ TEST(YdLine, SetNormalises) {
     EXPECT_TRUE(VectorsNear(line.Direction(), YdVector(0, -1, 0), 0.0));
 }
 
+TEST(YdLine, ConstructorsStoreThePointAsSetDoes) {
+    // The point goes in through point assignment, as in Set: the host attributes travel, the
+    // per-slot m_angle, m_dAttr2 and m_dAttr3 do not.
+    YdPoint p(1, 2, 3);
+    p.m_angle = 0.75;
+    p.m_dAttr1 = 1.5;
+    p.m_dAttr2 = 2.5;
+    p.m_dAttr3 = 3.5;
+    p.m_nAttr1 = 4;
+    p.m_bFlag = true;
+    YdLine viaSet;
+    viaSet.Set(p, YdVector(0, 1, 0));
+    const YdLine viaVector(p, YdVector(0, 1, 0));
+    const YdLine viaPoints(p, YdPoint(1, 3, 3));
+    for (const YdLine* line : {static_cast<const YdLine*>(&viaSet), &viaVector, &viaPoints}) {
+        const YdPoint& q = line->Point();
+        EXPECT_TRUE(PointsNear(q, p, 0.0));
+        EXPECT_EQ(q.m_dAttr1, 1.5);
+        EXPECT_EQ(q.m_nAttr1, 4);
+        EXPECT_TRUE(q.m_bFlag);
+        EXPECT_EQ(q.m_angle, 0.0);
+        EXPECT_EQ(q.m_dAttr2, 0.0);
+        EXPECT_EQ(q.m_dAttr3, 0.0);
+    }
+}
+
 TEST(YdLine, CopyAndAssign) {
     const YdLine a(YdPoint(1, 2, 3), YdVector(0, 1, 0));
     const YdLine b(a);

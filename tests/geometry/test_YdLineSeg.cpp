@@ -184,14 +184,17 @@ TEST(YdLineSeg, ProjectPointInteriorIsFreshPoint) {
     EXPECT_TRUE(PointsNear(s.ProjectPoint(YdPoint(3, 1, 1), nullptr), YdPoint(3, 0, 0), 0.0));
 }
 
-TEST(YdLineSeg, ProjectPointOnZeroLengthSegmentGivesStart) {
+TEST(YdLineSeg, ProjectPointOnZeroLengthSegmentPassesNaNOn) {
+    // No guard on purpose: the parameter is 0 / 0, and the NaN reaches both the parameter and
+    // the returned point instead of a made-up answer.
     const YdLineSeg s(WithAttributes(1, 2, 3, 5), WithAttributes(1, 2, 3, 6));
     double t = 42.0;
     const YdPoint r = s.ProjectPoint(YdPoint(9, 9, 9), &t);
-    EXPECT_EQ(t, 0.0);
-    EXPECT_TRUE(PointsNear(r, YdPoint(1, 2, 3), 0.0));
-    EXPECT_EQ(r.m_nAttr1, 5);
-    EXPECT_TRUE(std::isfinite(s.ProjectPoint(YdPoint(0, 0, 0), nullptr)[0]));
+    EXPECT_TRUE(std::isnan(t));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_TRUE(std::isnan(r[i])) << "coordinate " << i;
+    }
+    EXPECT_TRUE(std::isnan(s.ProjectPoint(YdPoint(1, 2, 3), nullptr)[0]));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -305,9 +308,15 @@ TEST(YdLineSeg, IsIntersectZeroLengthSegments) {
     const YdLineSeg off = Seg(1, 1, 0, 1, 1, 0);
     EXPECT_TRUE(a.IsIntersectWithLineSeg(on));
     EXPECT_TRUE(on.IsIntersectWithLineSeg(a));
-    // Everything about a point segment is collinear; the start-point rule still answers.
-    (void)a.IsIntersectWithLineSeg(off);
-    (void)off.IsIntersectWithLineSeg(off);
+    // A point beside this segment: both cross products are the same non-zero vector, so it
+    // lies on one side.
+    EXPECT_FALSE(a.IsIntersectWithLineSeg(off));
+    // Seen from the point segment every cross product is zero, so the collinear rule answers
+    // on the start points alone: (a0 - p) . (a1 - p) = (-1, -1) . (1, -1) = 0 is not above
+    // 1e-7, which reports an intersection although the point is off the other segment.
+    EXPECT_TRUE(off.IsIntersectWithLineSeg(a));
+    EXPECT_TRUE(off.IsIntersectWithLineSeg(off));
+    EXPECT_FALSE(off.IsIntersectWithLineSeg(Seg(3, 1, 0, 4, 1, 0)));
     EXPECT_TRUE(YdLineSeg().IsIntersectWithLineSeg(YdLineSeg()));
 }
 

@@ -126,13 +126,16 @@ TEST(YdMatrix, IsIdentityNeedsExactOnesOnDiagonal) {
     EXPECT_TRUE(m.IsIdentity());
 }
 
-TEST(YdMatrix, IsIdentityRejectsNaN) {
+TEST(YdMatrix, IsIdentityRejectsNaNOnTheDiagonalOnly) {
     YdMatrix m(3, 3);
     m.SetIdentity();
     m[2][2] = std::nan("");
     EXPECT_FALSE(m.IsIdentity());
     m[2][2] = 1.0;
+    // Off the diagonal the test is "not above 1e-9", and a NaN is not above anything.
     m[2][0] = std::nan("");
+    EXPECT_TRUE(m.IsIdentity());
+    m[0][1] = 2e-9;
     EXPECT_FALSE(m.IsIdentity());
 }
 
@@ -309,6 +312,26 @@ TEST(YdMatrix, SetCopiesRowMajorOrZeroFills) {
     m.Set(2, 2, nullptr);
     EXPECT_EQ(MaxAbs(m), 0.0);
     EXPECT_EQ(m.GetRow(), 2);
+}
+
+TEST(YdMatrix, SetFromItsOwnElementsReadsThemBeforeReleasing) {
+    // The source may be the matrix's own storage (a reshape): it is read before the old
+    // block is freed.
+    YdMatrix m = FromRows(2, 3, {1, 2, 3, 4, 5, 6});
+    m.Set(3, 2, m[0]);
+    ASSERT_EQ(m.GetRow(), 3);
+    ASSERT_EQ(m.GetCol(), 2);
+    EXPECT_TRUE(StorageConsistent(m));
+    const double want[6] = {1, 2, 3, 4, 5, 6};
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 2; ++j) {
+            EXPECT_EQ(m[i][j], want[i * 2 + j]) << "at (" << i << ", " << j << ")";
+        }
+    }
+    m.Set(1, 2, m[1]);
+    ASSERT_EQ(m.GetRow(), 1);
+    EXPECT_EQ(m[0][0], 3.0);
+    EXPECT_EQ(m[0][1], 4.0);
 }
 
 TEST(YdMatrix, TransposeSwapsDimensions) {

@@ -278,6 +278,34 @@ TEST(YdSegment, RatePointOnTinySegmentGivesEnd) {
     EXPECT_TRUE(ydtest::PointsNear(out, YdPoint(1 + 5e-8, 1, 1), 0.0));
 }
 
+TEST(YdSegment, TinySegmentIsTestedBeforeTheRange) {
+    // The length test comes first: even an out-of-range fraction hands out the end point.
+    YdPoint end(3, 0, 0);
+    end.m_nAttr2 = 8;
+    const YdSegment s(YdPoint(3 - 5e-8, 0, 0), end);
+    YdPoint out(7, 7, 7);
+    EXPECT_FALSE(s.getRatePoint(1.5, out));
+    EXPECT_TRUE(ydtest::PointsNear(out, end, 0.0));
+    EXPECT_EQ(out.m_nAttr2, 8);
+}
+
+TEST(YdSegment, RatePointIsBuiltFresh) {
+    YdPoint a(0, 0, 0);
+    a.m_nAttr1 = 3;
+    a.m_bFlag = true;
+    const YdSegment s(a, YdPoint(4, 0, 0));
+    YdPoint out(1, 1, 1);
+    out.m_nAttr4 = 9;
+    out.m_nAttr6 = 9;
+    out.m_bFlag = true;
+    ASSERT_TRUE(s.getRatePoint(0.0, out));
+    EXPECT_TRUE(ydtest::PointsNear(out, a, 0.0));
+    EXPECT_EQ(out.m_nAttr1, 0);
+    EXPECT_EQ(out.m_nAttr4, 0);
+    EXPECT_EQ(out.m_nAttr6, 0);
+    EXPECT_FALSE(out.m_bFlag);
+}
+
 TEST(YdSegment, RatePointInside) {
     const YdSegment s(YdPoint(0, 0, 0), YdPoint(8, 4, 0));
     YdPoint out;

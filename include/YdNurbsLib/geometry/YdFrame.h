@@ -21,8 +21,9 @@ class YDNURBSLIB_EXPORT YdFrame {
   public:
     /// Origin (0, 0, 0) and three zero axes: a frame that IsValid reports as invalid.
     YdFrame();
-    /// Origin o; X = x normalised; Y = y normalised; Z = X x Y normalised. Parallel x and y
-    /// give a zero cross product, which normalises to (1, 0, 0): such a frame counts as valid.
+    /// Origin o (copied with every field); X = x normalised; Y = y normalised; Z = X x Y
+    /// normalised. Parallel x and y give a zero cross product, which normalises to (1, 0, 0):
+    /// such a frame counts as valid.
     YdFrame(const YdPoint& o, const YdVector& x, const YdVector& y);
     /// Member-wise copy (the origin with all its host attributes).
     YdFrame(const YdFrame&) = default;
@@ -34,7 +35,8 @@ class YDNURBSLIB_EXPORT YdFrame {
     void SetFrame(const YdVector& x, const YdVector& y);
     /// The origin (a position in length units).
     const YdPoint& GetOrigin() const { return m_origin; }
-    /// Replaces the origin; the axes are kept.
+    /// Replaces the origin through YdPoint assignment (the stored origin keeps its m_angle,
+    /// m_dAttr2 and m_dAttr3); the axes are kept.
     void SetOrigin(const YdPoint& o) { m_origin = o; }
     /// The X axis (unit length once the frame is set).
     const YdVector& DirX() const { return m_dirX; }

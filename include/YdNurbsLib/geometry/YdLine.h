@@ -8,7 +8,10 @@
 
 /// An infinite line: a point and a unit direction. Coordinates are in the host's length unit.
 /// Every constructor except the default one, and Set, normalise the direction with
-/// YdVector::Normalize, so a (near-)zero direction becomes (1, 0, 0).
+/// YdVector::Normalize, so a (near-)zero direction becomes (1, 0, 0). A given point is stored
+/// through YdPoint assignment (by the constructors as by Set and operator=): its host
+/// attributes travel with it, its per-slot m_angle, m_dAttr2 and m_dAttr3 do not (they stay
+/// 0.0 in a line's point).
 ///
 /// Member names across this library are part of the exported interface and are kept letter
 /// for letter, irregular spellings included; do not rename them.

@@ -14,17 +14,23 @@ class YDNURBSLIB_EXPORT YdLineSeg {
   public:
     /// Both ends at (0, 0, 0).
     YdLineSeg();
-    /// The segment from a to b.
+    /// The segment from a to b; both points are copied with every field.
     YdLineSeg(const YdPoint& a, const YdPoint& b);
+    /// Member-wise copy of both end points (every field, m_angle included).
     YdLineSeg(const YdLineSeg&) = default;
     /// Copies both end points (through YdPoint assignment).
     YdLineSeg& operator=(const YdLineSeg& o);
     /// The same operation as the copy assignment.
     YdLineSeg& operator=(YdLineSeg&& o);
 
+    /// The start point, as stored.
     const YdPoint& GetStartPoint() const { return m_startPoint; }
+    /// The end point, as stored.
     const YdPoint& GetEndPoint() const { return m_endPoint; }
+    /// Replaces the start point through YdPoint assignment (m_angle, m_dAttr2 and m_dAttr3 of
+    /// the stored point are kept).
     void SetStartPoint(const YdPoint& p) { m_startPoint = p; }
+    /// Replaces the end point through YdPoint assignment (as SetStartPoint).
     void SetEndPoint(const YdPoint& p) { m_endPoint = p; }
 
     /// Unit vector from start to end; a (near-)zero-length segment gives (1, 0, 0).
@@ -39,9 +45,9 @@ class YDNURBSLIB_EXPORT YdLineSeg {
     /// Projection of p onto the segment. r = ((p - start) % d) / |d|^2 with d = end - start,
     /// the unclamped segment parameter (0 at start, 1 at end), is written to *t when t is not
     /// null. Returns a full copy of the start point (attributes included) when r <= 0, of the
-    /// end point when r >= 1, else the new point start + d * r. Guard: on a segment of exactly
-    /// zero squared length the division is undefined; the result is then a copy of the start
-    /// point with *t = 0.
+    /// end point when r >= 1, else the new point start + d * r. Not guarded: on a segment of
+    /// zero length r is 0 / 0, so *t and the returned coordinates are NaN (non-finite results
+    /// are passed on, as everywhere in the library).
     YdPoint ProjectPoint(const YdPoint& p, double* t) const;
     /// Distance (a length) from p to the segment: to the foot on the carrier line when the
     /// foot lies between the ends, else to the nearer end (start when the foot is before

@@ -57,16 +57,18 @@ class YDNURBSLIB_EXPORT YdMatrix {
     YdMatrix operator*(double s);
 
     /// Reallocates for rows x cols and copies rows * cols doubles from data (row-major), or
-    /// zero-fills when data is null. A zero or negative dimension leaves the empty 0 x 0
-    /// matrix (data is not read).
+    /// zero-fills when data is null. data may point into this matrix's own elements (it is
+    /// read before the old storage is freed). A zero or negative dimension leaves the empty
+    /// 0 x 0 matrix (data is not read).
     void Set(int rows, int cols, double* data);
     /// Zero-fills, then puts 1.0 on the main diagonal. Meant for square matrices; on a
     /// non-square one only the diagonal elements that exist are set.
     void SetIdentity();
-    /// True when every main-diagonal element is exactly 1.0 and every other element has an
-    /// absolute value of at most kTol1e9 (1e-9 itself passes). A NaN anywhere fails. A
-    /// non-square matrix is judged element by element in the same way; the empty matrix is
-    /// the identity.
+    /// True when every main-diagonal element is exactly 1.0 and no other element has an
+    /// absolute value above kTol1e9 (1e-9 itself passes). A NaN on the diagonal fails; a NaN
+    /// off the diagonal is not above the bound and passes (the test is kept in this form
+    /// because hosts rely on its results). A non-square matrix is judged element by element
+    /// in the same way; the empty matrix is the identity.
     bool IsIdentity() const;
     /// Replaces *this by its GetCol() x GetRow() transpose.
     void Transpose();

@@ -22,14 +22,17 @@ class YDNURBSLIB_EXPORT YdPoint {
     /// m_bFlag, m_nAttr6, m_nAttr5, m_dAttr8. m_angle, m_dAttr2 and m_dAttr3 are deliberately
     /// not copied: hosts keep per-slot values there. Self-assignment is a no-op.
     YdPoint& operator=(const YdPoint& q);
+    /// Trivial: a point owns nothing.
     ~YdPoint() = default;
 
     /// Stores x, y, z and resets m_nAttr1..4 and m_nAttr6 to 0 and m_bFlag to false; the
     /// double attributes and m_nAttr5 are left as they are.
     void Set(double x, double y, double z);
 
-    /// Coordinate i (0 = x, 1 = y, 2 = z); no range check.
+    /// Coordinate i (0 = x, 1 = y, 2 = z); no range check: i outside [0, 2] is undefined.
     double operator[](int i) const { return m_xyz[i]; }
+    /// Writable coordinate i (0 = x, 1 = y, 2 = z); no range check. Writing a coordinate this
+    /// way leaves every attribute alone (unlike Set).
     double& operator[](int i) { return m_xyz[i]; }
 
     /// Component-wise sum, stored through Set: the int attributes and the flag are reset as a

@@ -15,6 +15,7 @@ class YDNURBSLIB_EXPORT YdSegment {
     YdSegment();
     /// set(a, b).
     YdSegment(const YdPoint& a, const YdPoint& b);
+    /// Member-wise copy (the points with every field, m_angle included).
     YdSegment(const YdSegment&) = default;
     /// Copies all four fields (the points through YdPoint::operator=).
     YdSegment& operator=(const YdSegment& s);

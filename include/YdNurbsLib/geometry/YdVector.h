@@ -13,6 +13,7 @@ class YDNURBSLIB_EXPORT YdVector {
     YdVector() : m_xyz{0.0, 0.0, 0.0} {}
     /// The vector (x, y, z).
     YdVector(double x, double y, double z) : m_xyz{x, y, z} {}
+    /// Copies the three components.
     YdVector(const YdVector&) = default;
     /// Copies the three components (self-assignment is a no-op).
     YdVector& operator=(const YdVector& v);
@@ -22,8 +23,9 @@ class YDNURBSLIB_EXPORT YdVector {
     /// Set(0, 0, 0).
     void SetZero() { Set(0.0, 0.0, 0.0); }
 
-    /// Component i (0 = x, 1 = y, 2 = z); no range check.
+    /// Component i (0 = x, 1 = y, 2 = z); no range check: i outside [0, 2] is undefined.
     double operator[](int i) const { return m_xyz[i]; }
+    /// Writable component i; no range check.
     double& operator[](int i) { return m_xyz[i]; }
 
     /// Multiplies each component by s.
@@ -31,7 +33,9 @@ class YDNURBSLIB_EXPORT YdVector {
     /// `*this *= 1.0 / s`: one division, then three multiplications. No guard: s = 0 gives
     /// infinities or NaN, which are passed on.
     YdVector& operator/=(double s);
+    /// Adds v component by component.
     YdVector& operator+=(const YdVector& v);
+    /// Subtracts v component by component.
     YdVector& operator-=(const YdVector& v);
     /// A new vector (-x, -y, -z).
     YdVector operator-() const;
@@ -63,7 +67,7 @@ class YDNURBSLIB_EXPORT YdVector {
     /// product within kTol1e7 of +1 or -1: opposite directions count as parallel.
     bool IsParallelTo(const YdVector& b) const;
 
-    double m_xyz[3];
+    double m_xyz[3];  ///< x, y, z (the only field: the class may be copied bytewise)
 };
 
 /// Component-wise sum.

@@ -23,12 +23,15 @@ class YDNURBSLIB_EXPORT YdKnotVec {
     YdKnotVec(const YdKnotVec& other);
     /// Copies the knots (self-assignment is a no-op).
     YdKnotVec& operator=(const YdKnotVec& other);
+    /// Frees the knots.
     ~YdKnotVec();
 
     /// Replaces the knots by a copy of the argument, unchecked (no ordering test).
     void SetKnots(const std::vector<double>& knots);
-    /// The knot vector itself, by reference: callers edit knots through it.
+    /// The knot vector itself, by reference: callers edit knots through it (and then keep it
+    /// non-decreasing themselves).
     std::vector<double>& GetKnots() { return m_knots; }
+    /// The knot vector itself, read-only.
     const std::vector<double>& GetKnots() const { return m_knots; }
     /// Number of knots.
     int GetCount() const { return static_cast<int>(m_knots.size()); }
