@@ -126,13 +126,13 @@ YdVector YdCurveFitFilter::getDirection(double u) {
     if (curve == nullptr || !(curve->startParam() <= u && u <= curve->endParam())) {
         return dir;
     }
+    // Through the evaluation kernel: the one derivative needs no heap-allocated list, and the
+    // direction is asked at every step of a walk.
     YdPoint pt;
-    std::vector<YdVector> derivs;
-    curve->Evaluate(u, 1, pt, derivs);
-    if (!derivs.empty()) {
-        dir = derivs[0];
-        dir.Normalize();
-    }
+    YdVector d1;
+    yd_detail::EvaluateCurve(*curve, u, 1, pt, &d1);
+    dir = d1;
+    dir.Normalize();
     return dir;
 }
 

@@ -263,12 +263,9 @@ bool YdCurveFitFilter::findInitialInterpolate(YdBSplineCurve* curve, double u0, 
     if (derivs.empty()) {
         return false;
     }
-    // A stationary point gives no step to take (the quotient would be infinite or NaN).
-    const double speed = derivs[0].Magnitude();
-    if (!(speed > 0.0)) {
-        return false;
-    }
-    u = u0 + distance / speed;
+    // A stationary point is not guarded: the step is then infinite (the Newton search clamps
+    // it to the end of the curve) or, for a zero distance, 0 / 0.
+    u = u0 + distance / derivs[0].Magnitude();
     return true;
 }
 
@@ -279,12 +276,17 @@ bool YdCurveFitFilter::findInterpolateParam(YdBSplineCurve* curve, double u0, do
     }
     const double a = curve->startParam();
     const double b = curve->endParam();
-    if (u0 < a || u0 > b) {
+    // Written so that a NaN start parameter is refused too.
+    if (!(u0 >= a && u0 <= b)) {
         return false;
     }
     double t = 0.0;
     if (!findInitialInterpolate(curve, u0, distance, t, kInitialStepTol)) {
         return false;
+    }
+    if (std::isnan(t)) {
+        // A zero distance at a stationary point (0 / 0): the start is the answer if any is.
+        t = u0;
     }
     if (t < a) {
         t = a;

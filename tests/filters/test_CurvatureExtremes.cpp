@@ -53,6 +53,9 @@ struct YdCurveFitFilterTestAccess {
         return f.localMinCurvatures;
     }
     static bool ComputeMin(YdCurveFitFilter& f) { return f.computeLocalMinCurvature(); }
+    static std::map<double, double>& MutableMaxMap(YdCurveFitFilter& f) {
+        return f.localMaxCurvatures;
+    }
 };
 
 namespace {
@@ -342,6 +345,63 @@ TEST(CurvatureExtremes, MaxCurvatureOfStraightLineIsZeroWithParameterUntouched) 
     EXPECT_TRUE(f.getMaxCurvature(u, k));
     EXPECT_EQ(k, 0.0);
     EXPECT_EQ(u, 123.0);
+}
+
+TEST(CurvatureExtremes, PeakAtAnInteriorKnotIsBracketedByTheIntervalAroundIt) {
+    // The arch with a knot inserted at its peak: two spans, and the small interval of 5h = 5e-5
+    // on either side of the knot between them. The curvature rises through the first span and
+    // falls through the second, so neither span brackets the peak; only the interval does.
+    auto c = FromKnots({0, 0, 0, 0, 0.5, 1, 1, 1, 1},
+                       {YdPoint(0, 0, 0), YdPoint(0.5, 1, 0), YdPoint(1.5, 2, 0),
+                        YdPoint(2.5, 1, 0), YdPoint(3, 0, 0)});
+    auto arch = Arch();
+    for (double u : {0.1, 0.3, 0.5, 0.7}) {
+        ASSERT_NEAR(Kappa(*c, u), Kappa(*arch, u), 1e-12) << "the same curve, at u = " << u;
+    }
+    YdCurveFitFilter f = FilterOn(c.get());
+    BracketList brackets;
+    ASSERT_TRUE(Access::RoughMax(f, brackets));
+    ASSERT_EQ(brackets.size(), 1u);
+    const double h = 1e-5;
+    EXPECT_EQ(brackets[0], Bracket(0.5 - 5 * h, 0.5 + 5 * h));
+    ASSERT_TRUE(f.computeExtremeCurvatures());
+    ASSERT_EQ(f.getLocalMaxCurvatures().size(), 1u);
+    EXPECT_NEAR(f.getLocalMaxCurvatures().begin()->first, 0.5, 1e-6);
+}
+
+TEST(CurvatureExtremes, NoIntervalAroundTheEndOfTheCurve) {
+    // The arch's left half as a single span: its curvature rises all the way to the end, and
+    // the polynomial continued past the end is the arch's falling right half. An interval
+    // around the end parameter would bracket that peak; the rough stage builds none there.
+    auto c = FromKnots({0, 0, 0, 0, 1, 1, 1, 1}, {YdPoint(0, 0, 0), YdPoint(0.5, 1, 0),
+                                                  YdPoint(1, 1.5, 0), YdPoint(1.5, 1.5, 0)});
+    const double h = 1e-5;
+    ASSERT_GT(Kappa(*c, 1 - 4 * h), Kappa(*c, 1 - 5 * h)) << "rises into the omitted interval";
+    ASSERT_FALSE(Kappa(*c, 1 + 5 * h) > Kappa(*c, 1 + 4 * h)) << "falls out of it";
+    YdCurveFitFilter f = FilterOn(c.get());
+    BracketList brackets;
+    ASSERT_TRUE(Access::RoughMax(f, brackets));
+    EXPECT_TRUE(brackets.empty());
+    ASSERT_TRUE(f.computeExtremeCurvatures());
+    EXPECT_TRUE(f.getLocalMaxCurvatures().empty());
+}
+
+TEST(CurvatureExtremes, GetMaxCurvatureKeepsTheFirstOfEqualPeaks) {
+    auto c = Arch();
+    YdCurveFitFilter f = FilterOn(c.get());
+    Access::MutableMaxMap(f) = {{0.4, 1.0}, {0.3, 5.0}, {0.2, 5.0}, {0.1, 2.0}};
+    double u = -1.0;
+    double k = -1.0;
+    ASSERT_TRUE(f.getMaxCurvature(u, k));
+    EXPECT_EQ(k, 5.0);
+    EXPECT_EQ(u, 0.2);  // ascending parameter order, strictly greater only
+    // A filled map is used as it stands (not recomputed): nothing above 0.0 leaves u alone.
+    Access::MutableMaxMap(f) = {{0.1, 0.0}, {0.2, -3.0}};
+    u = 9.0;
+    ASSERT_TRUE(f.getMaxCurvature(u, k));
+    EXPECT_EQ(k, 0.0);
+    EXPECT_EQ(u, 9.0);
+    EXPECT_EQ(Access::MaxMap(f).size(), 2u);
 }
 
 TEST(CurvatureExtremes, EverythingFailsWithoutACurve) {

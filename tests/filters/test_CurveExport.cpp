@@ -208,6 +208,19 @@ TEST(CurveExport, TinyParameterRangeWritesNoLineButTruncates) {
     EXPECT_EQ(ReadAll(got.path()), "");
 }
 
+TEST(CurveExport, RangeOfExactlyTwiceTheShiftWritesItsOneSample) {
+    // Over [0, 2e-8] the first sample 1e-8 equals end - 1e-8: the end test is inclusive, so
+    // that sample is written, and with count = 1 the next one lies beyond the end.
+    auto curve = Bezier(kCtrl, 0.0, 2e-8);
+    ASSERT_EQ(2e-8 - 1e-8, 0.0 + 1e-8);
+    TempFile got("export_two_shifts.txt");
+    YdCurveFitFilter::exportCurve(curve.get(), got.path(), 1);
+    const YdPoint p = curve->Evaluate(1e-8);
+    std::ostringstream want;
+    want << p[0] << " " << p[1] << " " << p[2] << "\n";
+    EXPECT_EQ(ReadAll(got.path()), want.str());
+}
+
 TEST(CurveExport, CallingTwiceKeepsOnlyTheSecondCurve) {
     auto first = Bezier(kCtrl);
     auto second = Bezier({YdPoint(9, 9, 9), YdPoint(8, 8, 8), YdPoint(7, 7, 7), YdPoint(6, 6, 6)});

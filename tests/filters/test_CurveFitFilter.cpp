@@ -1,6 +1,7 @@
 // The curve fit filter: its fields and copying, fitting with and without densifying, and the
 // queries along the fitted curve (points, directions, radii, lengths, the parameter a given
-// distance ahead).
+// distance ahead). This program counts heap allocations to check that the queries a
+// controller makes at every step allocate nothing.
 
 #include <gtest/gtest.h>
 
@@ -12,8 +13,10 @@
 #include <string>
 #include <vector>
 
+#include "YdAllocationCounter.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
+#include "YdNurbsLib/nurbs/YdKnotVec.h"
 #include "YdTestSupport.h"
 
 struct YdCurveFitFilterTestAccess {
@@ -509,6 +512,162 @@ TEST(CurveFitFilter, NewtonSearchFromTheEndFailsUnlessTheToleranceCoversTheDista
     EXPECT_TRUE(ydtest::PointsNear(p, ff.curve()->Evaluate(b), 0.0));
 }
 
+TEST(CurveFitFilter, NewtonSearchFromTheEndFailsJustBelowTheFullDistance) {
+    // From the end every step is clamped back to the end, so the error stays the full
+    // distance: a tolerance one ulp below it never succeeds, the distance itself at once.
+    FittedFilter ff(RosePath(300), 1e-4);
+    ASSERT_NE(ff.curve(), nullptr);
+    const double b = ff.curve()->endParam();
+    double u = 5.0;
+    EXPECT_FALSE(ff.filter.interpolateByNewtonIter(b, 0.5, u, std::nextafter(0.5, 0.0)));
+    EXPECT_EQ(u, 5.0);
+    ASSERT_TRUE(ff.filter.interpolateByNewtonIter(b, 0.0, u, 0.0));
+    EXPECT_EQ(u, b);
+}
+
+namespace {
+
+// A U-shaped cubic: the chord distance from its start rises to a peak inside the curve and
+// falls again towards its end.
+std::unique_ptr<YdBSplineCurve> UCurve() {
+    YdKnotVec kv;
+    kv.SetKnots({0, 0, 0, 0, 1, 1, 1, 1});
+    return std::make_unique<YdBSplineCurve>(
+        kv,
+        std::vector<YdPoint>{YdPoint(0, 0, 0), YdPoint(10, 0, 0), YdPoint(10, 10, 0),
+                             YdPoint(0, 10, 0)},
+        3, false);
+}
+
+}  // namespace
+
+TEST(CurveFitFilter, NewtonSearchLetsAtMostTenStepsSucceed) {
+    // Asking for exactly the peak chord distance makes |C(u) - C(0)|^2 - d^2 touch zero
+    // without crossing it, so every Newton step only halves the way to the peak and the error
+    // shrinks slowly. The search is replayed here step by step (start value, Newton step,
+    // clamp into [u0, end]) to pick tolerances that the tenth or only the eleventh step meets.
+    std::unique_ptr<YdBSplineCurve> c = UCurve();
+    YdCurveFitFilter f;
+    f.setCurve(c.get());
+    const double u0 = 0.0;
+    const YdPoint p0 = c->Evaluate(u0);
+    // The peak of the chord distance, by golden-section search.
+    double lo = 0.5;
+    double hi = 1.0;
+    const double g = (std::sqrt(5.0) - 1) / 2;
+    for (int i = 0; i < 200 && hi - lo > 1e-15; ++i) {
+        const double x1 = hi - g * (hi - lo);
+        const double x2 = lo + g * (hi - lo);
+        if (p0.DistanceToPoint(c->Evaluate(x1)) > p0.DistanceToPoint(c->Evaluate(x2))) {
+            hi = x2;
+        } else {
+            lo = x1;
+        }
+    }
+    const double d = p0.DistanceToPoint(c->Evaluate((lo + hi) / 2));
+    ASSERT_GT(d, 10.0);  // above the end's distance: the peak is inside
+
+    double t = 0.0;
+    ASSERT_TRUE(f.interpolateByTaylor1Order(u0, d, t));
+    t = std::min(std::max(t, u0), 1.0);
+    std::vector<double> us{t};
+    std::vector<double> errs{std::fabs(p0.DistanceToPoint(c->Evaluate(t)) - d)};
+    for (int k = 1; k <= 11; ++k) {
+        double next = 0.0;
+        ASSERT_TRUE(Access::Step(c.get(), p0, us.back(), d * d, next));
+        next = std::min(std::max(next, u0), 1.0);
+        us.push_back(next);
+        errs.push_back(std::fabs(p0.DistanceToPoint(c->Evaluate(next)) - d));
+        ASSERT_LT(errs[k], errs[k - 1]) << "the replayed error must fall at step " << k;
+    }
+    ASSERT_GT(errs[11], 0.0);
+
+    // Met first by the eleventh step, whose error is not tested: the search fails.
+    double u = -5.0;
+    YdPoint p(7, 7, 7);
+    EXPECT_FALSE(f.interpolateByNewtonIter(u0, d, u, errs[11]));
+    EXPECT_FALSE(f.interpolateByNewtonIterW(u0, d, u, p, errs[11]));
+    EXPECT_EQ(u, -5.0);
+    EXPECT_TRUE(ydtest::PointsNear(p, YdPoint(7, 7, 7), 0.0));
+    // Met by the tenth step: success there.
+    ASSERT_TRUE(f.interpolateByNewtonIter(u0, d, u, errs[10]));
+    EXPECT_EQ(u, us[10]);
+    ASSERT_TRUE(f.interpolateByNewtonIterW(u0, d, u, p, errs[10]));
+    EXPECT_EQ(u, us[10]);
+    EXPECT_TRUE(ydtest::PointsNear(p, c->Evaluate(us[10]), 0.0));
+    // Met already by the start value: no step at all.
+    ASSERT_TRUE(f.interpolateByNewtonIter(u0, d, u, errs[0]));
+    EXPECT_EQ(u, us[0]);
+}
+
+namespace {
+
+// The chord-distance search replayed from its description: first-order start value clamped
+// into [a, b], then Newton steps clamped into [low, b], at most ten of them tested. Gives
+// true and u on success; wentBelow tells whether some step, before its clamp, fell below u0.
+bool ReplayNewton(const YdCurveFitFilter& f, YdBSplineCurve* c, double u0, double d, double tol,
+                  double low, double& u, bool& wentBelow) {
+    wentBelow = false;
+    const double b = c->endParam();
+    double t = 0.0;
+    if (!f.interpolateByTaylor1Order(u0, d, t)) {
+        return false;
+    }
+    t = std::min(std::max(t, c->startParam()), b);
+    const YdPoint p0 = c->Evaluate(u0);
+    for (int k = 0; k <= 10; ++k) {
+        if (!(std::fabs(p0.DistanceToPoint(c->Evaluate(t)) - d) > tol)) {
+            u = t;
+            return true;
+        }
+        double next = 0.0;
+        if (!Access::Step(c, p0, t, d * d, next)) {
+            return false;
+        }
+        wentBelow = wentBelow || next < u0;
+        t = std::min(std::max(next, low), b);
+    }
+    return false;
+}
+
+}  // namespace
+
+TEST(CurveFitFilter, NewtonStepsAreClampedToTheStartParameter) {
+    // A cubic that bends back towards its start: from u0 = 0.25 the second Newton step for the
+    // chord distance 3 overshoots below u0. The filter's search clamps it to u0 (it never
+    // searches behind the start) and goes on to the point ahead; a clamp to the whole range
+    // would settle on the point behind u0 instead.
+    YdKnotVec kv;
+    kv.SetKnots({0, 0, 0, 0, 1, 1, 1, 1});
+    YdBSplineCurve loop(
+        kv, {YdPoint(0, 0, 0), YdPoint(10, 0, 0), YdPoint(10, 6, 0), YdPoint(1, 1, 0)}, 3, false);
+    YdCurveFitFilter f;
+    f.setCurve(&loop);
+    const double u0 = 0.25;
+    const double d = 3.0;
+    const double tol = 1e-9;
+
+    double wantU = -1.0;
+    bool wentBelow = false;
+    const bool want = ReplayNewton(f, &loop, u0, d, tol, u0, wantU, wentBelow);
+    ASSERT_TRUE(wentBelow) << "a step must overshoot behind u0 for this test to mean much";
+    ASSERT_TRUE(want);
+    EXPECT_GT(wantU, u0);
+    double wholeU = -1.0;
+    ASSERT_TRUE(ReplayNewton(f, &loop, u0, d, tol, 0.0, wholeU, wentBelow));
+    ASSERT_LT(wholeU, u0);
+
+    double u = -1.0;
+    ASSERT_TRUE(f.interpolateByNewtonIter(u0, d, u, tol));
+    EXPECT_EQ(u, wantU);
+    EXPECT_NEAR(loop.Evaluate(u0).DistanceToPoint(loop.Evaluate(u)), d, tol);
+    double uw = -1.0;
+    YdPoint p;
+    ASSERT_TRUE(f.interpolateByNewtonIterW(u0, d, uw, p, tol));
+    EXPECT_EQ(uw, wantU);
+    EXPECT_TRUE(ydtest::PointsNear(p, loop.Evaluate(wantU), 0.0));
+}
+
 TEST(CurveFitFilter, NewtonSearchRefusesBadArguments) {
     FittedFilter ff(RosePath(300), 1e-4);
     ASSERT_NE(ff.curve(), nullptr);
@@ -539,6 +698,24 @@ TEST(CurveFitFilter, NewtonSearchOnAPointCurveEndsWithoutNotANumber) {
     EXPECT_EQ(u, 0.25);
     EXPECT_FALSE(f.interpolateByNewtonIter(0.25, 1.0, u, 1e-9));
     EXPECT_EQ(u, 0.25);
+}
+
+TEST(CurveFitFilter, StepQueriesAllocateNothing) {
+    FittedFilter ff(RosePath(300), 1e-4);
+    ASSERT_NE(ff.curve(), nullptr);
+    double sink = 0.0;
+    const long before = ydtest::g_allocationCount.load();
+    for (double u = 0.0; u < 0.95; u += 0.05) {
+        double next = 0.0;
+        YdPoint p;
+        ASSERT_TRUE(ff.filter.interpolateByNewtonIterW(u, 0.5, next, p, 1e-7)) << "at u = " << u;
+        ASSERT_TRUE(ff.filter.interpolateByNewtonIter(u, 0.5, next, 1e-7)) << "at u = " << u;
+        ASSERT_TRUE(ff.filter.interpolateByTaylor1Order(u, 0.5, next)) << "at u = " << u;
+        sink += ff.filter.getPoint(u)[0] + ff.filter.getDirection(u)[1] +
+                ff.filter.getHeadDirection()[0] + ff.filter.getTailDirection()[0] + next;
+    }
+    EXPECT_EQ(ydtest::g_allocationCount.load() - before, 0);
+    EXPECT_TRUE(std::isfinite(sink));
 }
 
 TEST(CurveFitFilter, RealToolPathsAreFittedAndWalked) {

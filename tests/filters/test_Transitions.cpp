@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -625,10 +626,20 @@ TEST(FindInitialInterpolate, BadInputIsFalseAndLeavesU) {
     EXPECT_FALSE(Access::findInitialInterpolate(nullptr, 0.0, 1.0, u, 1e-4));
     EXPECT_FALSE(Access::findInitialInterpolate(line.get(), 0.0, -1.0, u, 1e-4));
     EXPECT_EQ(u, -7.0);
-    // A stationary point: no step can be taken.
-    CurvePtr dot = Bezier({YdPoint(1, 1, 1), YdPoint(1, 1, 1), YdPoint(1, 1, 1), YdPoint(1, 1, 1)});
-    EXPECT_FALSE(Access::findInitialInterpolate(dot.get(), 0.5, 1.0, u, 1e-4));
-    EXPECT_EQ(u, -7.0);
+}
+
+TEST(FindInitialInterpolate, StationaryPointGivesAnUnboundedStep) {
+    // The first two control points coincide: the curve leaves its start with zero speed. The
+    // step distance / |C'(u0)| is not guarded: infinite for a positive distance, 0 / 0 for a
+    // zero one; the Newton search that uses it clamps the former to the end of the curve.
+    CurvePtr cusp =
+        Bezier({YdPoint(0, 0, 0), YdPoint(0, 0, 0), YdPoint(4, 3, 0), YdPoint(8, 0, 0)});
+    double u = -7.0;
+    ASSERT_TRUE(Access::findInitialInterpolate(cusp.get(), 0.0, 2.0, u, 1e-4));
+    EXPECT_EQ(u, std::numeric_limits<double>::infinity());
+    u = -7.0;
+    ASSERT_TRUE(Access::findInitialInterpolate(cusp.get(), 0.0, 0.0, u, 1e-4));
+    EXPECT_TRUE(std::isnan(u));
 }
 
 TEST(FindInterpolateParam, FindsTheChordDistance) {
@@ -666,9 +677,30 @@ TEST(FindInterpolateParam, FailuresLeaveUUntouched) {
     // At the end parameter the error is the whole distance and cannot shrink.
     EXPECT_FALSE(Access::findInterpolateParam(c.get(), 1.0, 0.5, u, 1e-6));
     EXPECT_EQ(u, -7.0);
-    // A stationary curve gives no start value.
+    // A curve lying at one point never reaches the distance: the infinite start value is
+    // clamped to the end and no Newton step moves it from there.
     CurvePtr dot = Bezier({YdPoint(1, 1, 1), YdPoint(1, 1, 1), YdPoint(1, 1, 1), YdPoint(1, 1, 1)});
     EXPECT_FALSE(Access::findInterpolateParam(dot.get(), 0.5, 1.0, u, 1e-6));
+    EXPECT_EQ(u, -7.0);
+}
+
+TEST(FindInterpolateParam, StartsFromTheEndWhereTheCurveHasNoSpeed) {
+    // Zero speed at u0: the first-order start value is infinite and clamped to the end of the
+    // curve, from where the Newton steps come back to the point at the chord distance.
+    CurvePtr cusp =
+        Bezier({YdPoint(0, 0, 0), YdPoint(0, 0, 0), YdPoint(4, 3, 0), YdPoint(8, 0, 0)});
+    double u = -7.0;
+    ASSERT_TRUE(Access::findInterpolateParam(cusp.get(), 0.0, 2.0, u, 1e-9));
+    EXPECT_NEAR(cusp->Evaluate(0.0).DistanceToPoint(cusp->Evaluate(u)), 2.0, 1e-9);
+    EXPECT_GT(u, 0.0);
+    EXPECT_LT(u, 1.0);
+    // A zero distance there is 0 / 0: the search starts, and ends, at u0.
+    u = -7.0;
+    ASSERT_TRUE(Access::findInterpolateParam(cusp.get(), 0.0, 0.0, u, 1e-9));
+    EXPECT_EQ(u, 0.0);
+    // A NaN start parameter is refused.
+    u = -7.0;
+    EXPECT_FALSE(Access::findInterpolateParam(cusp.get(), std::nan(""), 1.0, u, 1e-9));
     EXPECT_EQ(u, -7.0);
 }
 

@@ -35,9 +35,10 @@ class YDNURBSLIB_EXPORT YdArcFitFilter {
     /// the corner. When a leg is shorter than the distance from the corner to the tangent
     /// points, the arc is shrunk to end at the shorter leg's far end and then lies closer to
     /// the corner than the tolerance. Always true: degenerate corners are not refused, they
-    /// give the numbers the formulas give (collinear points a huge or non-finite radius, a
-    /// full reversal or a zero tolerance a zero radius, with the zero vectors normalised to
-    /// (1, 0, 0) on the way), and the host is expected to judge them.
+    /// give the numbers the formulas give (collinear points a huge but finite radius, the
+    /// shorter leg times tan(pi / 2) in doubles; a full reversal or a zero tolerance a zero
+    /// radius; the zero vectors normalised to (1, 0, 0) on the way), and the host is expected
+    /// to judge them.
     bool doFitArc(double tolerance);
     /// Centre of the fitted arc.
     const YdPoint& getCenter() const { return center; }

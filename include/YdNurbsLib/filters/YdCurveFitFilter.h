@@ -85,7 +85,7 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     bool interpolate(const YdPoint& from, double distance, bool direction, double& u,
                      YdPoint& point, double tolerance) const;
     /// First-order step: u = u0 + distance / |C'(u0)|, not clamped. False without a curve or
-    /// for a negative distance.
+    /// for a negative or NaN distance.
     bool interpolateByTaylor1Order(double u0, double distance, double& u) const;
     /// The parameter, searched forward from u0, whose point lies at the chord distance
     /// `distance` (a length) from C(u0), to within `tolerance` (a length). Newton steps are
@@ -127,7 +127,9 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     /// the whole segment (newLineEnd = newLineStart = lineStart). newLineStart/newLineEnd
     /// receive the shortened segment; *transition and *rest (the remaining curve) receive new
     /// curves when those out-pointers are not null (null out-pointers are allowed: the curves
-    /// are then not made). False for a null curve. A zero derivative has no direction: its
+    /// are then not made). False for a null curve. lineEnd exactly on the line (no corner)
+    /// always makes the segment vanish, whatever the tolerance (a cut fraction of e / 0 would
+    /// be infinite). A zero derivative has no direction: its
     /// unit tangent is the zero vector, so a zero-length segment vanishes and the transition
     /// leaves lineStart with a zero start derivative. A curve whose parameter range is empty
     /// gives true with *rest null. The inputs are copied first, so the out-points may alias
@@ -172,8 +174,9 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     /// existing file is truncated. Nothing is reported: an unwritable path writes nothing and
     /// throws nothing. count = 0 makes the step infinite, so exactly one point (at the start)
     /// is written, as hosts expect. count < 0 only creates or truncates the file (the sampling
-    /// would otherwise never end); so does a step too small to move the parameter (knots near
-    /// 1e12). A null curve writes nothing and leaves the file alone. Points are written as
+    /// would otherwise never end); a step too small to move the parameter (knots near 1e12)
+    /// writes the first sample and stops. A null curve writes nothing and leaves the file
+    /// alone. Points are written as
     /// they are sampled, so a huge count costs time, not memory.
     static void exportCurve(YdBSplineCurve* curve, const std::string& path, int count);
 
@@ -203,8 +206,14 @@ class YDNURBSLIB_EXPORT YdCurveFitFilter {
     bool findMinCurvatureFromExtremes(const std::vector<std::pair<double, double>>& extremes,
                                       double& curvature, double& u);
 
+    /// First-order step on a given curve: u = u0 + distance / |C'(u0)| (tolerance unused).
+    /// False for a null curve or a negative or NaN distance; zero speed gives an unbounded
+    /// step, which the Newton search clamps.
     static bool findInitialInterpolate(YdBSplineCurve* curve, double u0, double distance, double& u,
                                        double tolerance);
+    /// The Newton search of interpolateByNewtonIter on a given curve, started from
+    /// findInitialInterpolate and clamped to the whole parameter range. A NaN start value
+    /// (zero distance at zero speed) becomes u0; a NaN u0 is refused.
     static bool findInterpolateParam(YdBSplineCurve* curve, double u0, double distance, double& u,
                                      double tolerance);
 
