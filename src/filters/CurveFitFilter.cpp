@@ -8,12 +8,11 @@
 #include <vector>
 
 #include "../curve/CurveEvalKernel.h"
+#include "ChordNewtonSearch.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 
 namespace {
 
-// Newton steps of the chord-distance search: the eleventh step is taken but never tested.
-constexpr int kMaxNewtonSteps = 10;
 // A point farther than this from the curve has no radius of curvature on it.
 constexpr double kOnCurveDistance = 0.001;
 
@@ -212,66 +211,24 @@ bool YdCurveFitFilter::iterateFunction(YdBSplineCurve* curve, const YdPoint& fro
 
 namespace {
 
-// The chord-distance Newton search shared by both public forms. clampMinMax selects the
-// min(max(next, u0), b) form of the clamp; both give the same parameter.
+// The search of both public forms: the first-order start, then Newton steps that never go
+// back behind u0. clampMinMax selects the min(max(next, u0), b) form of the clamp; both give
+// the same parameter.
 bool NewtonChordSearch(const YdCurveFitFilter& filter, YdBSplineCurve* curve, double u0,
                        double distance, double tolerance, double& u, YdPoint& point,
-                       bool (*step)(YdBSplineCurve*, const YdPoint&, double, double, double&),
-                       bool clampMinMax) {
+                       yd_detail::NewtonStep step, bool clampMinMax) {
     if (curve == nullptr || std::isnan(tolerance)) {
         return false;
     }
-    const double a = curve->startParam();
-    const double b = curve->endParam();
-    if (!(u0 >= a && u0 <= b)) {
+    if (!(u0 >= curve->startParam() && u0 <= curve->endParam())) {
         return false;
     }
     double t = 0.0;
     if (!filter.interpolateByTaylor1Order(u0, distance, t)) {
         return false;
     }
-    if (std::isnan(t)) {
-        // A zero step on a stationary point (0 / 0): the start is the answer if any is.
-        t = u0;
-    }
-    if (t < a) {
-        t = a;
-    } else if (t > b) {
-        t = b;
-    }
-    const double s2 = distance * distance;
-    const YdPoint p0 = curve->Evaluate(u0);
-    YdPoint p = curve->Evaluate(t);
-    double err = std::fabs(p0.DistanceToPoint(p) - distance);
-    int count = 0;
-    double current = t;
-    for (;;) {
-        if (!(err > tolerance)) {
-            u = current;
-            point = p;
-            return true;
-        }
-        double next = 0.0;
-        if (!step(curve, p0, current, s2, next) || std::isnan(next)) {
-            return false;
-        }
-        if (clampMinMax) {
-            next = std::min(std::max(next, u0), b);
-        } else if (next < u0) {
-            next = u0;
-        } else if (next > b) {
-            next = b;
-        }
-        current = next;
-        p = curve->Evaluate(current);
-        err = std::fabs(p0.DistanceToPoint(p) - distance);
-        ++count;
-        // The error of the step that passes the limit is deliberately not tested: at most
-        // ten Newton steps can succeed.
-        if (count > kMaxNewtonSteps) {
-            return false;
-        }
-    }
+    return yd_detail::ChordNewtonSearch(*curve, u0, t, distance, tolerance, u0, clampMinMax, step,
+                                        u, point);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "ChordNewtonSearch.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/geometry/YdLine.h"
@@ -37,9 +38,6 @@ YdPoint Blend(const YdPoint& a, const YdPoint& b, double s) {
 // The start value of the Newton search on a caller's curve is taken with this tolerance (which
 // the first-order step does not use).
 constexpr double kInitialStepTol = 0.0001;
-
-// Newton steps that may succeed in findInterpolateParam (the eleventh is not tested).
-constexpr int kMaxNewtonSteps = 10;
 
 // Rounds of the tangent search of the line-and-curve join; the search normally ends by itself
 // after ten or eleven rounds, this only bounds it when the step no longer moves the parameter.
@@ -275,56 +273,16 @@ bool YdCurveFitFilter::findInterpolateParam(YdBSplineCurve* curve, double u0, do
         return false;
     }
     const double a = curve->startParam();
-    const double b = curve->endParam();
     // Written so that a NaN start parameter is refused too.
-    if (!(u0 >= a && u0 <= b)) {
+    if (!(u0 >= a && u0 <= curve->endParam())) {
         return false;
     }
     double t = 0.0;
     if (!findInitialInterpolate(curve, u0, distance, t, kInitialStepTol)) {
         return false;
     }
-    if (std::isnan(t)) {
-        // A zero distance at a stationary point (0 / 0): the start is the answer if any is.
-        t = u0;
-    }
-    if (t < a) {
-        t = a;
-    } else if (t > b) {
-        t = b;
-    }
-
-    const double s2 = distance * distance;
-    const YdPoint P0 = curve->Evaluate(u0);
-    YdPoint P = curve->Evaluate(t);
-    double err = std::fabs(P0.DistanceToPoint(P) - distance);
-    int count = 0;
-    double current = t;
-    for (;;) {
-        if (!(err > tolerance)) {
-            u = current;
-            return true;
-        }
-        double next = 0.0;
-        if (!iterateFunction(curve, P0, current, s2, next)) {
-            return false;
-        }
-        // A flat distance function (zero slope at a zero residual) leaves no step to take.
-        if (std::isnan(next)) {
-            return false;
-        }
-        // Unlike the filter's own search, steps may go back behind u0: the whole range counts.
-        if (next < a) {
-            next = a;
-        } else if (next > b) {
-            next = b;
-        }
-        current = next;
-        P = curve->Evaluate(current);
-        err = std::fabs(P0.DistanceToPoint(P) - distance);
-        ++count;
-        if (count > kMaxNewtonSteps) {
-            return false;
-        }
-    }
+    // Unlike the filter's own search, steps may go back behind u0: the whole range counts.
+    YdPoint point;
+    return yd_detail::ChordNewtonSearch(*curve, u0, t, distance, tolerance, a, false,
+                                        &iterateFunction, u, point);
 }
