@@ -78,6 +78,28 @@ void ExpectSameCurve(const YdBSplineCurve& a, const YdBSplineCurve& b, double to
 const YdPoint kUnset(-999, -999, -999);
 YdBSplineCurve* const kUnsetCurve = reinterpret_cast<YdBSplineCurve*>(0x1);
 
+// The outcome of one line-and-curve join, owning the curves it handed out. The new segment
+// ends start as kUnset, so a test can see that they were written.
+struct LineCurveJoin {
+    bool ok = false;
+    YdPoint start = kUnset;
+    YdPoint end = kUnset;
+    CurvePtr transition;
+    CurvePtr rest;
+};
+
+LineCurveJoin JoinLineAndCurve(const YdPoint& a, const YdPoint& b, YdBSplineCurve* c,
+                               double tolerance) {
+    LineCurveJoin j;
+    YdBSplineCurve* tr = nullptr;
+    YdBSplineCurve* rest = nullptr;
+    j.ok = YdCurveFitFilter::fitCurveToConnectLineAndCurve(a, b, c, tolerance, j.start, j.end, &tr,
+                                                           &rest);
+    j.transition.reset(tr);
+    j.rest.reset(rest);
+    return j;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -88,14 +110,12 @@ TEST(LineAndCurve, CurveStartingAtLineEndMakesTheSegmentVanish) {
     const YdPoint B(10, 0, 0);
     CurvePtr c =
         Bezier({YdPoint(10, 0, 0), YdPoint(12, 1, 0), YdPoint(13, 3, 0), YdPoint(13, 6, 0)});
-    YdPoint s = kUnset;
-    YdPoint e = kUnset;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 0.5, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 0.5);
+    ASSERT_TRUE(join.ok);
+    const YdPoint& s = join.start;
+    const YdPoint& e = join.end;
+    YdBSplineCurve* tr = join.transition.get();
+    YdBSplineCurve* rest = join.rest.get();
     EXPECT_TRUE(ydtest::PointsNear(s, A, 0.0));
     EXPECT_TRUE(ydtest::PointsNear(e, A, 0.0));
     ASSERT_NE(tr, nullptr);
@@ -110,14 +130,12 @@ TEST(LineAndCurve, CornerSharperThanToleranceCutsTheSegmentBack) {
     const YdPoint A(0, 0, 0);
     const YdPoint B(10, 0, 0);
     CurvePtr c = CurveFromTenTwo();
-    YdPoint s = kUnset;
-    YdPoint e = kUnset;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 0.5, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 0.5);
+    ASSERT_TRUE(join.ok);
+    const YdPoint& s = join.start;
+    const YdPoint& e = join.end;
+    YdBSplineCurve* tr = join.transition.get();
+    YdBSplineCurve* rest = join.rest.get();
 
     const double d = 20.0 / std::sqrt(104.0);  // distance of B from the line A -> (10, 2, 0)
     EXPECT_NEAR(d, 1.961, 1e-3);
@@ -152,14 +170,10 @@ TEST(LineAndCurve, TangentSearchAlwaysJoinsAtTheStartParameter) {
     const YdPoint B(10, 0, 0);
     CurvePtr c =
         Bezier({YdPoint(10, 3, 0), YdPoint(8, 6, 0), YdPoint(14, 6, 0), YdPoint(20, 1, 0)});
-    YdPoint s;
-    YdPoint e;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 0.1, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 0.1);
+    ASSERT_TRUE(join.ok);
+    YdBSplineCurve* tr = join.transition.get();
+    YdBSplineCurve* rest = join.rest.get();
     ASSERT_NE(tr, nullptr);
     ASSERT_NE(rest, nullptr);
     EXPECT_TRUE(ydtest::PointsNear(tr->Evaluate(1.0), YdPoint(10, 3, 0), 1e-12));
@@ -209,14 +223,11 @@ TEST(LineAndCurve, WithinToleranceTheTransitionReplacesTheSegment) {
     const YdPoint A(0, 0, 0);
     const YdPoint B(10, 0, 0);
     CurvePtr c = CurveFromTenTwo();
-    YdPoint s = kUnset;
-    YdPoint e = kUnset;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 2.0, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 2.0);
+    ASSERT_TRUE(join.ok);
+    const YdPoint& s = join.start;
+    const YdPoint& e = join.end;
+    YdBSplineCurve* tr = join.transition.get();
     EXPECT_TRUE(ydtest::PointsNear(s, A, 0.0));
     EXPECT_TRUE(ydtest::PointsNear(e, A, 0.0));
     ASSERT_NE(tr, nullptr);
@@ -243,14 +254,12 @@ TEST(LineAndCurve, ZeroLengthLineGivesAFiniteTransition) {
     // curve with a zero start derivative; the segment has vanished.
     const YdPoint A(5, 0, 0);
     CurvePtr c = CurveFromTenTwo();
-    YdPoint s = kUnset;
-    YdPoint e = kUnset;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, A, c.get(), 0.5, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, A, c.get(), 0.5);
+    ASSERT_TRUE(join.ok);
+    const YdPoint& s = join.start;
+    const YdPoint& e = join.end;
+    YdBSplineCurve* tr = join.transition.get();
+    YdBSplineCurve* rest = join.rest.get();
     EXPECT_TRUE(ydtest::PointsNear(s, A, 0.0));
     EXPECT_TRUE(ydtest::PointsNear(e, A, 0.0));
     ASSERT_NE(tr, nullptr);
@@ -268,14 +277,9 @@ TEST(LineAndCurve, ZeroDerivativeAtTheCurveStartGivesAFiniteTransition) {
     const YdPoint B(10, 0, 0);
     CurvePtr c =
         Bezier({YdPoint(10, 2, 0), YdPoint(10, 2, 0), YdPoint(14, 3, 0), YdPoint(16, 2, 0)});
-    YdPoint s;
-    YdPoint e;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 0.5, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 0.5);
+    ASSERT_TRUE(join.ok);
+    YdBSplineCurve* tr = join.transition.get();
     ASSERT_NE(tr, nullptr);
     EXPECT_TRUE(AllFinite(*tr));
     EXPECT_TRUE(ydtest::VectorsNear(Derivative(*tr, 1.0), YdVector(), 1e-12));
@@ -287,14 +291,9 @@ TEST(LineAndCurve, CurveStartingAtLineStartDoesNotCrash) {
     const YdPoint A(0, 0, 0);
     const YdPoint B(10, 0, 0);
     CurvePtr c = Bezier({YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(3, 3, 0), YdPoint(6, 3, 0)});
-    YdPoint s;
-    YdPoint e;
-    YdBSplineCurve* tr = nullptr;
-    YdBSplineCurve* rest = nullptr;
-    ASSERT_TRUE(
-        YdCurveFitFilter::fitCurveToConnectLineAndCurve(A, B, c.get(), 0.5, s, e, &tr, &rest));
-    CurvePtr trOwn(tr);
-    CurvePtr restOwn(rest);
+    const LineCurveJoin join = JoinLineAndCurve(A, B, c.get(), 0.5);
+    ASSERT_TRUE(join.ok);
+    YdBSplineCurve* tr = join.transition.get();
     ASSERT_NE(tr, nullptr);
     EXPECT_TRUE(AllFinite(*tr));
 }

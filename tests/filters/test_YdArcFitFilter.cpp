@@ -52,6 +52,22 @@ double Dist(const YdPoint& a, const YdPoint& b) {
     return a.DistanceToPoint(b);
 }
 
+// The arc length s whose angle s / r is exactly `angle`, and the next longer length, whose
+// angle exceeds it: the two sides of the strict end test of a step.
+void ExactAndLongerStep(double angle, double r, double& s, double& longer) {
+    s = angle * r;
+    while (s / r > angle) {
+        s = std::nextafter(s, 0.0);
+    }
+    while (s / r < angle) {
+        s = std::nextafter(s, 1.0);
+    }
+    longer = std::nextafter(s, 1.0);
+    while (!(longer / r > angle)) {
+        longer = std::nextafter(longer, 1.0);
+    }
+}
+
 bool SameBits(const YdPoint& a, const YdPoint& b) {
     return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
 }
@@ -327,19 +343,10 @@ TEST(YdArcFitFilter, StepExactlyToTheEndGoesThroughTheMatrix) {
     YdVector v = p1 - f.getCenter();
     v.Normalize();
     const double alpha = std::acos(Clamp(v % Access::Dir2(f)));
-    // The step whose angle is exactly alpha, and the next longer step whose angle exceeds it.
-    double s = alpha * r;
-    while (s / r > alpha) {
-        s = std::nextafter(s, 0.0);
-    }
-    while (s / r < alpha) {
-        s = std::nextafter(s, 1.0);
-    }
+    double s = 0.0;
+    double longer = 0.0;
+    ExactAndLongerStep(alpha, r, s, longer);
     ASSERT_EQ(s / r, alpha);
-    double longer = std::nextafter(s, 1.0);
-    while (!(longer / r > alpha)) {
-        longer = std::nextafter(longer, 1.0);
-    }
     ASSERT_LT(longer - s, 1e-15);
 
     YdPoint next;
@@ -359,18 +366,10 @@ TEST(YdArcFitFilter, StepExactlyBackToTheStartGoesThroughTheMatrix) {
     YdVector v = p2 - f.getCenter();
     v.Normalize();
     const double beta = std::acos(Clamp(v % Access::Dir1(f)));
-    double s = beta * r;
-    while (s / r > beta) {
-        s = std::nextafter(s, 0.0);
-    }
-    while (s / r < beta) {
-        s = std::nextafter(s, 1.0);
-    }
+    double s = 0.0;
+    double longer = 0.0;
+    ExactAndLongerStep(beta, r, s, longer);
     ASSERT_EQ(s / r, beta);
-    double longer = std::nextafter(s, 1.0);
-    while (!(longer / r > beta)) {
-        longer = std::nextafter(longer, 1.0);
-    }
     YdPoint next;
     EXPECT_TRUE(f.interpolate(p2, s, next, false));
     EXPECT_TRUE(PointsNear(next, p1, 1e-14));
