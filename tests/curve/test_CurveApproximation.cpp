@@ -1092,11 +1092,11 @@ TEST(CurveApproximation, ClosedFitsMeetToleranceAndCloseSmoothly) {
         if (n >= 8) {
             EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.0), c->Evaluate(1.0), 1e-9))
                 << "m = " << m;
-            for (int k = 1; k <= 2; ++k) {
-                const YdVector d0 = Derivative(*c, 0.0, k);
-                const YdVector d1 = Derivative(*c, 1.0, k);
+            for (int order = 1; order <= 2; ++order) {
+                const YdVector d0 = Derivative(*c, 0.0, order);
+                const YdVector d1 = Derivative(*c, 1.0, order);
                 EXPECT_TRUE(ydtest::VectorsNear(d0, d1, 1e-9 * std::max(1.0, d0.Magnitude())))
-                    << "m = " << m << ", order " << k;
+                    << "m = " << m << ", order " << order;
             }
         }
         delete c;

@@ -17,6 +17,14 @@
 
 namespace {
 
+// The export writes through a text-mode stream, so the C runtime turns each newline into the
+// platform's line end: CR LF on Windows, LF elsewhere. Hosts on Windows rely on that.
+#ifdef _WIN32
+const std::string kEol = "\r\n";
+#else
+const std::string kEol = "\n";
+#endif
+
 // A prefix that keeps two runs of this program (say two build types at once) apart.
 const std::string& RunPrefix() {
     static const std::string prefix = "yd_" + std::to_string(std::random_device{}()) + "_";
@@ -38,6 +46,12 @@ class TempFile {
     std::string m_path;
 };
 
+// Writes a fixture byte for byte (binary: no line-end translation).
+void WriteRaw(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary);
+    out << text;
+}
+
 bool Exists(const std::string& path) {
     std::ifstream in(path);
     return in.good();
@@ -50,12 +64,19 @@ std::string ReadAll(const std::string& path) {
     return ss.str();
 }
 
+// The lines of a file's bytes, each without its platform line end; a last line without one
+// is kept as it is.
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> out;
-    std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line)) {
-        out.push_back(line);
+    std::size_t start = 0;
+    while (start < text.size()) {
+        const std::size_t end = text.find(kEol, start);
+        if (end == std::string::npos) {
+            out.push_back(text.substr(start));
+            break;
+        }
+        out.push_back(text.substr(start, end - start));
+        start = end + kEol.size();
     }
     return out;
 }
@@ -87,17 +108,19 @@ YdPoint BezierByRepeatedLerp(const std::vector<YdPoint>& c, double t) {
     return YdPoint(q[0][0], q[0][1], q[0][2]);
 }
 
-// The export file as the host expects it, written here with a plain stream: samples from
-// start + 1e-8 in accumulated steps of (end - start) / count while end - 1e-8 >= u.
-void WriteExpected(const YdBSplineCurve& c, const std::string& path, int count) {
+// The bytes of the export file as the host expects them, built here in memory: samples from
+// start + 1e-8 in accumulated steps of (end - start) / count while end - 1e-8 >= u, each line
+// ended by the platform's line end.
+std::string ExpectedText(const YdBSplineCurve& c, int count) {
     const double a = c.startParam();
     const double b = c.endParam();
     const double step = (b - a) / count;
-    std::ofstream out(path);
+    std::ostringstream out;
     for (double u = a + 1e-8; b - 1e-8 >= u; u += step) {
         const YdPoint p = c.Evaluate(u);
-        out << p[0] << " " << p[1] << " " << p[2] << std::endl;
+        out << p[0] << " " << p[1] << " " << p[2] << kEol;
     }
+    return out.str();
 }
 
 const std::vector<YdPoint> kCtrl = {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(3, 2, 1),
@@ -108,11 +131,9 @@ const std::vector<YdPoint> kCtrl = {YdPoint(0, 0, 0), YdPoint(1, 2, 0), YdPoint(
 TEST(CurveExport, FileMatchesAnIndependentlyWrittenOne) {
     auto curve = Bezier(kCtrl);
     TempFile got("export_match.txt");
-    TempFile want("export_match_expected.txt");
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 37);
-    WriteExpected(*curve, want.path(), 37);
     const std::string text = ReadAll(got.path());
-    EXPECT_EQ(text, ReadAll(want.path()));
+    EXPECT_EQ(text, ExpectedText(*curve, 37));
     EXPECT_EQ(Lines(text).size(), 37u);
 }
 
@@ -122,7 +143,8 @@ TEST(CurveExport, FormatCoversExponentAndNegativeNumbers) {
     auto curve = Bezier(ctrl);
     TempFile got("export_format.txt");
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 2);
-    EXPECT_EQ(ReadAll(got.path()), "1e-07 -3.2e+06 12.3457\n1e-07 -3.2e+06 12.3457\n");
+    EXPECT_EQ(ReadAll(got.path()),
+              "1e-07 -3.2e+06 12.3457" + kEol + "1e-07 -3.2e+06 12.3457" + kEol);
 }
 
 TEST(CurveExport, CountFourWritesFourShiftedSamples) {
@@ -132,7 +154,7 @@ TEST(CurveExport, CountFourWritesFourShiftedSamples) {
     std::ostringstream want;
     for (double u : {1e-8, 0.25 + 1e-8, 0.5 + 1e-8, 0.75 + 1e-8}) {
         const YdPoint p = curve->Evaluate(u);
-        want << p[0] << " " << p[1] << " " << p[2] << "\n";
+        want << p[0] << " " << p[1] << " " << p[2] << kEol;
     }
     const std::string text = ReadAll(got.path());
     EXPECT_EQ(text, want.str());
@@ -160,10 +182,15 @@ TEST(CurveExport, LinesHaveNoStrayBlanks) {
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 9);
     const std::string text = ReadAll(got.path());
     ASSERT_FALSE(text.empty());
-    EXPECT_EQ(text.back(), '\n');
-    EXPECT_EQ(text.find("\n\n"), std::string::npos);
+    ASSERT_GE(text.size(), kEol.size());
+    EXPECT_EQ(text.substr(text.size() - kEol.size()), kEol);
+    // Every newline byte belongs to a whole platform line end, and no line is blank.
+    EXPECT_EQ(Lines(text).size(),
+              static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+    EXPECT_EQ(text.find(kEol + kEol), std::string::npos);
     for (const std::string& line : Lines(text)) {
         ASSERT_FALSE(line.empty());
+        EXPECT_EQ(line.find_first_of("\r\n"), std::string::npos) << line;
         EXPECT_NE(line.front(), ' ');
         EXPECT_NE(line.back(), ' ');
         EXPECT_EQ(std::count(line.begin(), line.end(), ' '), 2) << line;
@@ -177,7 +204,7 @@ TEST(CurveExport, CountZeroWritesOnlyTheFirstSample) {
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 0);
     const YdPoint p = curve->Evaluate(1e-8);
     std::ostringstream want;
-    want << p[0] << " " << p[1] << " " << p[2] << "\n";
+    want << p[0] << " " << p[1] << " " << p[2] << kEol;
     EXPECT_EQ(ReadAll(got.path()), want.str());
 }
 
@@ -188,10 +215,7 @@ TEST(CurveExport, NegativeCountCreatesAnEmptyFile) {
     EXPECT_TRUE(Exists(got.path()));
     EXPECT_EQ(ReadAll(got.path()), "");
     // An existing file is truncated too.
-    {
-        std::ofstream out(got.path());
-        out << "old contents\n";
-    }
+    WriteRaw(got.path(), "old contents\n");
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), -1);
     EXPECT_EQ(ReadAll(got.path()), "");
 }
@@ -199,10 +223,7 @@ TEST(CurveExport, NegativeCountCreatesAnEmptyFile) {
 TEST(CurveExport, TinyParameterRangeWritesNoLineButTruncates) {
     auto curve = Bezier(kCtrl, 0.0, 1e-8);
     TempFile got("export_tiny.txt");
-    {
-        std::ofstream out(got.path());
-        out << "old contents\n";
-    }
+    WriteRaw(got.path(), "old contents\n");
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 10);
     EXPECT_TRUE(Exists(got.path()));
     EXPECT_EQ(ReadAll(got.path()), "");
@@ -217,7 +238,7 @@ TEST(CurveExport, RangeOfExactlyTwiceTheShiftWritesItsOneSample) {
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 1);
     const YdPoint p = curve->Evaluate(1e-8);
     std::ostringstream want;
-    want << p[0] << " " << p[1] << " " << p[2] << "\n";
+    want << p[0] << " " << p[1] << " " << p[2] << kEol;
     EXPECT_EQ(ReadAll(got.path()), want.str());
 }
 
@@ -225,11 +246,9 @@ TEST(CurveExport, CallingTwiceKeepsOnlyTheSecondCurve) {
     auto first = Bezier(kCtrl);
     auto second = Bezier({YdPoint(9, 9, 9), YdPoint(8, 8, 8), YdPoint(7, 7, 7), YdPoint(6, 6, 6)});
     TempFile got("export_twice.txt");
-    TempFile want("export_twice_expected.txt");
     YdCurveFitFilter::exportCurve(first.get(), got.path(), 50);
     YdCurveFitFilter::exportCurve(second.get(), got.path(), 3);
-    WriteExpected(*second, want.path(), 3);
-    EXPECT_EQ(ReadAll(got.path()), ReadAll(want.path()));
+    EXPECT_EQ(ReadAll(got.path()), ExpectedText(*second, 3));
     EXPECT_EQ(Lines(ReadAll(got.path())).size(), 3u);
 }
 
@@ -244,10 +263,7 @@ TEST(CurveExport, UnwritablePathWritesNothingAndThrowsNothing) {
 
 TEST(CurveExport, NullCurveLeavesTheFileAlone) {
     TempFile got("export_null.txt");
-    {
-        std::ofstream out(got.path());
-        out << "keep me\n";
-    }
+    WriteRaw(got.path(), "keep me\n");
     YdCurveFitFilter::exportCurve(nullptr, got.path(), 5);
     EXPECT_EQ(ReadAll(got.path()), "keep me\n");
     TempFile missing("export_null_missing.txt");
@@ -258,10 +274,8 @@ TEST(CurveExport, NullCurveLeavesTheFileAlone) {
 TEST(CurveExport, ParameterRangeAwayFromZeroIsSampledFromItsStart) {
     auto curve = Bezier(kCtrl, 2.0, 3.0);
     TempFile got("export_shifted.txt");
-    TempFile want("export_shifted_expected.txt");
     YdCurveFitFilter::exportCurve(curve.get(), got.path(), 8);
-    WriteExpected(*curve, want.path(), 8);
-    EXPECT_EQ(ReadAll(got.path()), ReadAll(want.path()));
+    EXPECT_EQ(ReadAll(got.path()), ExpectedText(*curve, 8));
     EXPECT_EQ(Lines(ReadAll(got.path())).size(), 8u);
 }
 

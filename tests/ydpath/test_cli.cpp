@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#ifndef _WIN32
 #include <sys/wait.h>
+#endif
 
 #include <cmath>
 #include <cstdlib>
@@ -35,13 +37,41 @@ void Write(const fs::path& p, const std::string& text) {
     out << text;
 }
 
+// The program, as an absolute path of this platform (under Wine a path from the build machine
+// gains the drive letter of the current folder).
+const std::string& Executable() {
+    static const std::string exe = fs::absolute(fs::path(YDPATH_EXECUTABLE)).string();
+    return exe;
+}
+
+// The shell line that runs the program in `dir` with standard input empty and both outputs
+// sent to files there.
+std::string ShellLine(const fs::path& dir, const std::string& args) {
+#ifdef _WIN32
+    // cmd.exe removes the first and the last quote of a line that starts with one, so the
+    // whole line is quoted once more around the quoted paths.
+    return "\"cd /d \"" + dir.string() + "\" && \"" + Executable() + "\" " + args +
+           " > stdout.txt 2> stderr.txt < NUL\"";
+#else
+    return "cd '" + dir.string() + "' && '" + Executable() + "' " + args +
+           " > stdout.txt 2> stderr.txt < /dev/null";
+#endif
+}
+
+// The program's exit code from std::system's result, or -1 when it did not exit normally.
+int ExitCode(int status) {
+#ifdef _WIN32
+    return status;  // the shell's exit code, which is the program's
+#else
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
+}
+
 // Runs the program in `dir` with the given arguments (already quoted as needed).
 ToolRun RunTool(const fs::path& dir, const std::string& args) {
-    const std::string cmd = "cd '" + dir.string() + "' && '" + YDPATH_EXECUTABLE + "' " + args +
-                            " > stdout.txt 2> stderr.txt < /dev/null";
-    const int status = std::system(cmd.c_str());
+    const int status = std::system(ShellLine(dir, args).c_str());
     ToolRun r;
-    r.code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    r.code = ExitCode(status);
     r.out = Slurp(dir / "stdout.txt");
     r.err = Slurp(dir / "stderr.txt");
     fs::remove(dir / "stdout.txt");
