@@ -3,7 +3,7 @@
 // Replaces the global allocation functions of a test program with counting ones, so that a
 // test can show that a hot path allocates nothing. Include it in exactly one source of a test
 // program (each tests/<area>/test_X.cpp is its own program): it defines the replacements and a
-// test that proves the count sees allocations made inside the library.
+// check, run before the tests, that the count sees allocations made inside the library.
 //
 // With an ELF shared library the program's operator new replaces the library's too. A Windows
 // DLL keeps its own: its operator new (in the C++ runtime DLL, or linked into it by MSVC) ends
@@ -106,6 +106,30 @@ inline void* CountedAlignedAlloc(std::size_t n, std::align_val_t al) {
     throw std::bad_alloc();
 }
 
+/// Guards the guard: a no-allocation test proves nothing unless the count sees the blocks the
+/// library takes inside its own code (a DLL does not use the program's operator new). Checked
+/// before the program's tests run; a failure here fails the whole program.
+class AllocationCountCheck : public ::testing::Environment {
+  public:
+    void SetUp() override {
+        const long before = g_allocationCount.load();
+        {
+            YdKnotVec knots;
+            knots.AllocateMemory(1000);  // fills its vector inside the library
+        }
+        EXPECT_GE(g_allocationCount.load() - before, 1)
+            << "allocations inside the library are not counted on this platform: the "
+               "no-allocation tests of this program would measure nothing";
+#ifdef _WIN32
+        EXPECT_GT(g_hookedImports, 0) << "no allocation import of the library was hooked";
+#endif
+    }
+};
+
+/// Registered once per program (gtest owns and deletes it).
+inline ::testing::Environment* const g_allocationCountCheck =
+    ::testing::AddGlobalTestEnvironment(new AllocationCountCheck);
+
 }  // namespace ydtest
 
 void* operator new(std::size_t n) {
@@ -163,20 +187,4 @@ void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
 }
 void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
     ydtest::AlignedFree(p);
-}
-
-// Guards the guard: a no-allocation test proves nothing unless the count sees the blocks the
-// library takes inside its own code (a DLL does not use the program's operator new).
-TEST(AllocationCounter, SeesAllocationsInsideTheLibrary) {
-    const long before = ydtest::g_allocationCount.load();
-    {
-        YdKnotVec knots;
-        knots.AllocateMemory(1000);  // fills its vector inside the library
-        ASSERT_EQ(knots.GetCount(), 1000);
-    }
-    EXPECT_GE(ydtest::g_allocationCount.load() - before, 1)
-        << "allocations inside the library are not counted on this platform";
-#ifdef _WIN32
-    EXPECT_GT(ydtest::g_hookedImports, 0) << "no allocation import of the library was hooked";
-#endif
 }
