@@ -8,10 +8,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -98,7 +101,7 @@ bool YdBSplineCurve::InsertKnot(double u, bool allowExisting) {
     newKnots.insert(newKnots.begin() + (k + 1), u);
 
     const std::vector<YdPoint>& P = m_ctrlPnts;
-    std::vector<YdPoint> Q(static_cast<std::size_t>(n) + 1);
+    std::vector<YdPoint> Q(idx(n) + 1);
     for (int i = 0; i <= k - p; ++i) {
         Q[i] = P[i];
     }
@@ -146,7 +149,7 @@ bool YdBSplineCurve::RemoveKnot(double u, double tol) {
     const int first = r - p;
     const int last = r - s;
     const std::vector<YdPoint>& P = m_ctrlPnts;
-    std::vector<YdPoint> T(static_cast<std::size_t>(last - first) + 3);
+    std::vector<YdPoint> T(idx(last - first) + 3);
     T[0] = P[first - 1];
     T[last - first + 2] = P[last + 1];
 
@@ -219,13 +222,13 @@ std::vector<YdBSplineCurve*> YdBSplineCurve::SplitCurve(double u) {
     // with u - 1e-7 or u + 1e-7 rounds differently and can hand such a knot to a piece.)
     const std::vector<double>& U = c.m_knotVec.GetKnots();
     std::vector<double> KL;
-    std::vector<double> KR(static_cast<std::size_t>(p) + 1, u);
+    std::vector<double> KR(idx(p) + 1, u);
     for (double k : U) {
         if (u - k >= kSplitTol) {
             KL.push_back(k);
         }
     }
-    KL.insert(KL.end(), static_cast<std::size_t>(p) + 1, u);
+    KL.insert(KL.end(), idx(p) + 1, u);
     for (double k : U) {
         if (k - u >= kSplitTol) {
             KR.push_back(k);
@@ -294,11 +297,11 @@ YdBSplineCurve* YdBSplineCurve::ExtractSubCurve(double u1, double u2) const {
         return nullptr;
     }
 
-    std::vector<double> K(static_cast<std::size_t>(p) + 1, u1);
+    std::vector<double> K(idx(p) + 1, u1);
     if (a <= b) {
         K.insert(K.end(), U0.begin() + a, U0.begin() + (b + 1));
     }
-    K.insert(K.end(), static_cast<std::size_t>(p) + 1, u2);
+    K.insert(K.end(), idx(p) + 1, u2);
     for (double& k : K) {
         k = (k - u1) / (u2 - u1);
     }

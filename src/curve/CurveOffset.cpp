@@ -6,11 +6,14 @@
 #include <cstddef>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -148,7 +151,7 @@ bool YdBSplineCurve::Rotate(double u) {
     // The joint keeps multiplicity p: A's end knots minus one, scaled to r.
     const double joint = m_knotVec.GetKnots().back();
     const std::vector<double>& bKnots = B->m_knotVec.GetKnots();
-    for (std::size_t i = static_cast<std::size_t>(p) + 1; i < bKnots.size(); ++i) {
+    for (std::size_t i = idx(p) + 1; i < bKnots.size(); ++i) {
         m_knotVec.AddKnot(joint + (1.0 - joint) * bKnots[i]);
     }
     m_knotVec.Normalize();

@@ -25,7 +25,10 @@
 #include <utility>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -98,11 +101,11 @@ bool CandidateIntervals(const YdBSplineCurve& c, std::vector<Bracket>& out) {
     }
     const long long reserve = (n - 2 * p) * 2;
     if (reserve > 0) {
-        out.reserve(static_cast<std::size_t>(reserve));
+        out.reserve(idx(reserve));
     }
     for (long long i = p; i < n - p - 1; ++i) {
-        const double lo = knots[static_cast<std::size_t>(i)];
-        const double hi = knots[static_cast<std::size_t>(i + 1)];
+        const double lo = knots[idx(i)];
+        const double hi = knots[idx(i + 1)];
         double h = 1e-5;
         if (h > hi - lo) {
             h = (hi - lo) / 3;

@@ -5,17 +5,20 @@
 #include <cstddef>
 #include <utility>
 
+#include "IndexCast.h"
 #include "YdNurbsLib/geometry/YdTolerances.h"
+
+using yd_detail::idx;
 
 YdBorderedBandLU::YdBorderedBandLU(int n, int borderWidth)
     : m_n(std::max(n, 0)), m_borderWidth(0), m_borderStart(0) {
     m_borderWidth = std::min(std::max(borderWidth, 0), m_n);
     m_borderStart = m_n - m_borderWidth;
-    m_rows.resize(static_cast<std::size_t>(m_n));
+    m_rows.resize(idx(m_n));
     for (int i = 0; i < m_n; ++i) {
         Row& r = m_rows[i];
         r.lo = m_borderStart;
-        r.border.assign(static_cast<std::size_t>(m_borderWidth), 0.0);
+        r.border.assign(idx(m_borderWidth), 0.0);
         r.id = i;
     }
 }
@@ -39,10 +42,10 @@ void YdBorderedBandLU::Set(int i, int j, double v) {
         return;
     }
     if (j < r.lo) {
-        r.band.insert(r.band.begin(), static_cast<std::size_t>(r.lo - j), 0.0);
+        r.band.insert(r.band.begin(), idx(r.lo - j), 0.0);
         r.lo = j;
     } else if (j >= r.Hi()) {
-        r.band.resize(static_cast<std::size_t>(j - r.lo + 1), 0.0);
+        r.band.resize(idx(j - r.lo + 1), 0.0);
     }
     r.band[j - r.lo] = v;
 }
@@ -80,13 +83,13 @@ double& YdBorderedBandLU::Stored(Row& r, int k) {
 //    the farthest band of the earlier rows it combines with.
 bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
     const int n = m_n;
-    if (pivots.size() < static_cast<std::size_t>(n)) {
+    if (pivots.size() < idx(n)) {
         return false;
     }
     const int nb = m_borderStart;
 
     // Implicit row scaling; the maximum does not depend on the order of visit.
-    std::vector<double> scale(static_cast<std::size_t>(n));
+    std::vector<double> scale(idx(n));
     for (int i = 0; i < n; ++i) {
         const Row& r = m_rows[i];
         double big = 0.0;
@@ -110,8 +113,8 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
 
     // Rows become active at the column their band starts in (an empty band: the border).
     std::vector<std::pair<int, int>> activation;  // (first column, row id)
-    activation.reserve(static_cast<std::size_t>(n));
-    std::vector<int> posOfRow(static_cast<std::size_t>(n));
+    activation.reserve(idx(n));
+    std::vector<int> posOfRow(idx(n));
     for (int i = 0; i < n; ++i) {
         activation.emplace_back(m_rows[i].lo, m_rows[i].id);
         posOfRow[m_rows[i].id] = i;
@@ -121,7 +124,7 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
 
     // firstReach[c]: the smallest pivot position k < c whose band holds column c (c when
     // none does yet). Rows above it hold exact zeros in column c.
-    std::vector<int> firstReach(static_cast<std::size_t>(nb));
+    std::vector<int> firstReach(idx(nb));
     for (int c = 0; c < nb; ++c) {
         firstReach[c] = c;
     }
@@ -146,7 +149,7 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
             double s = 0.0;
             if (j < nb) {
                 if (r.Hi() <= j) {
-                    r.band.resize(static_cast<std::size_t>(j - r.lo + 1), 0.0);
+                    r.band.resize(idx(j - r.lo + 1), 0.0);
                 }
                 s = r.band[j - r.lo];
                 for (int k = std::max(r.lo, firstReach[j]); k < j; ++k) {
@@ -231,7 +234,7 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
             }
             newHi = std::min(newHi, nb);
             if (newHi > pr.Hi()) {
-                pr.band.resize(static_cast<std::size_t>(newHi - pr.lo), 0.0);
+                pr.band.resize(idx(newHi - pr.lo), 0.0);
             }
             for (int c = j + 1; c < newHi; ++c) {
                 double s = pr.band[c - pr.lo];
@@ -272,7 +275,7 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
 }
 
 bool YdBorderedBandLU::PivotsUsable(const std::vector<int>& pivots) const {
-    if (pivots.size() < static_cast<std::size_t>(m_n)) {
+    if (pivots.size() < idx(m_n)) {
         return false;
     }
     for (int i = 0; i < m_n; ++i) {
@@ -330,10 +333,10 @@ bool YdBorderedBandLU::GetSolutionAfterLUDecompose(const std::vector<int>& pivot
 
 bool YdBorderedBandLU::GetSolutionAfterLUDecompose(const std::vector<int>& pivots,
                                                    std::vector<YdPoint>& b) const {
-    if (!PivotsUsable(pivots) || b.size() < static_cast<std::size_t>(m_n)) {
+    if (!PivotsUsable(pivots) || b.size() < idx(m_n)) {
         return false;
     }
-    std::vector<double> coord(static_cast<std::size_t>(m_n));
+    std::vector<double> coord(idx(m_n));
     for (int c = 0; c < 3; ++c) {
         for (int i = 0; i < m_n; ++i) {
             coord[i] = b[i][c];

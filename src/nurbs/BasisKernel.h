@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 
 namespace yd_detail {
@@ -134,13 +135,12 @@ class BasisWorkspaceT {
             m_base = m_inline;
         } else {
             // Sized in size_t: the table grows with the square of the degree.
-            const std::size_t q = static_cast<std::size_t>(p) + 1;
-            const std::size_t need = q * q + 4 * q + (static_cast<std::size_t>(nd) + 1) * q;
+            const std::size_t q = idx(p) + 1;
+            const std::size_t need = q * q + 4 * q + (idx(nd) + 1) * q;
             m_heap.reset(new double[need]);
             m_base = m_heap.get();
         }
-        m_result = m_base + (static_cast<std::size_t>(p) + 1) * (static_cast<std::size_t>(p) + 1) +
-                   4 * (static_cast<std::size_t>(p) + 1);
+        m_result = m_base + (idx(p) + 1) * (idx(p) + 1) + 4 * (idx(p) + 1);
     }
     BasisWorkspaceT(const BasisWorkspaceT&) = delete;
     BasisWorkspaceT& operator=(const BasisWorkspaceT&) = delete;

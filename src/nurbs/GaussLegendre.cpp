@@ -1,6 +1,9 @@
 #include <cstddef>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -69,15 +72,15 @@ void YdNurbsHelper::GetGaussWeightsAndKnots(int order, std::vector<double>& node
         order = 2;
     }
     const int count = order / 2 + 1;
-    nodes.resize(static_cast<std::size_t>(count));
-    weights.resize(static_cast<std::size_t>(count));
+    nodes.resize(idx(count));
+    weights.resize(idx(count));
     // No rule above 11 points: the vectors are only sized, so fresh ones integrate to 0.
     if (count > 11) {
         return;
     }
     const GaussRule& rule = kRules[count];
     for (int i = 0; i < count; ++i) {
-        nodes[static_cast<std::size_t>(i)] = rule.nodes[i];
-        weights[static_cast<std::size_t>(i)] = rule.weights[i];
+        nodes[idx(i)] = rule.nodes[i];
+        weights[idx(i)] = rule.weights[i];
     }
 }

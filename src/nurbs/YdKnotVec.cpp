@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include "../geometry/IndexCast.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -18,7 +21,7 @@ bool CountFits(long long count) {
 double MeanOf(const std::vector<double>& params, int first, int last) {
     double sum = 0.0;
     for (int i = first; i <= last; ++i) {
-        sum += params[static_cast<std::size_t>(i)];
+        sum += params[idx(i)];
     }
     return sum / static_cast<double>(last - first + 1);
 }
@@ -27,7 +30,7 @@ double MeanOf(const std::vector<double>& params, int first, int last) {
 double AverageRun(const std::vector<double>& values, int first, int count) {
     double sum = 0.0;
     for (int i = first; i < first + count; ++i) {
-        sum += values[static_cast<std::size_t>(i)];
+        sum += values[idx(i)];
     }
     return sum / static_cast<double>(count);
 }
@@ -56,7 +59,7 @@ void YdKnotVec::SetKnots(const std::vector<double>& knots) {
 void YdKnotVec::AllocateMemory(int n) {
     m_knots.clear();
     if (n > 0) {
-        m_knots.resize(static_cast<std::size_t>(n), 0.0);
+        m_knots.resize(idx(n), 0.0);
     }
 }
 
@@ -142,11 +145,10 @@ void YdKnotVec::Merge(const YdKnotVec& other, int degree) {
         std::size_t pos = 0;
         if (degree >= 0 &&
             static_cast<long long>(count) >= 2LL * (static_cast<long long>(degree) + 1)) {
-            pos = static_cast<std::size_t>(FindSpan(degree, u)) + 1;
+            pos = idx(FindSpan(degree, u)) + 1;
         } else {
             // No span structure yet: keep the vector sorted, after knots equal to u.
-            pos = static_cast<std::size_t>(std::upper_bound(m_knots.begin(), m_knots.end(), u) -
-                                           m_knots.begin());
+            pos = idx(std::upper_bound(m_knots.begin(), m_knots.end(), u) - m_knots.begin());
         }
         m_knots.insert(m_knots.begin() + static_cast<std::ptrdiff_t>(pos), u);
     }
@@ -170,14 +172,14 @@ void YdKnotVec::Normalize() {
 }
 
 void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bool closed) {
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
     if (m < 1 || p < 1) {
         m_knots.clear();
         return;
     }
     const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
+    const double back = params[idx(m - 1)];
 
     if (!closed) {
         const long long size = static_cast<long long>(m) + p + 1;
@@ -185,7 +187,7 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
             m_knots.clear();
             return;
         }
-        m_knots.resize(static_cast<std::size_t>(size));
+        m_knots.resize(idx(size));
         double* U = m_knots.data();
         for (int i = 0; i <= p; ++i) {
             U[i] = front;
@@ -204,14 +206,14 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
         m_knots.clear();
         return;
     }
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     for (int i = 0; i <= p; ++i) {
         U[i] = front;
         U[m + 2 * p - 1 - i] = back;
     }
     for (int i = 1; i <= m - 2; ++i) {
-        U[i + p] = params[static_cast<std::size_t>(i)];
+        U[i + p] = params[idx(i)];
     }
 }
 
@@ -222,7 +224,7 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
         InterpolateFix(params, degree, false);
         return;
     }
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
     const long long k = static_cast<long long>(derivIndices.size());
     const long long size = static_cast<long long>(m) + k + p + 1;
@@ -231,10 +233,10 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
         return;
     }
     const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
+    const double back = params[idx(m - 1)];
     const int kk = static_cast<int>(k);
 
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     if (kk > 2) {
         // Not a valid request; the slots the rules below leave unwritten get the back value so
@@ -268,21 +270,21 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
     if (n < 1 || p < 1 || !CountFits(size)) {
         return;
     }
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     for (int i = 0; i <= p; ++i) {
         U[i] = 0.0;
         U[n + i] = 1.0;
     }
 
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     if (m < 1) {
         // No parameters to place interior knots from: they stay 0.0.
         return;
     }
 
     // Group the m parameters into n groups by rounding a running position.
-    std::vector<double> g(static_cast<std::size_t>(n));
+    std::vector<double> g(idx(n));
     const double d = static_cast<double>(m) / static_cast<double>(n);
     double x = -1.0;
     int prev = 0;
@@ -293,7 +295,7 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
         // parameters than groups it is clamped into range.
         const int first = std::min(prev, m - 1);
         const int last = std::max(first, std::min(k, m - 1));
-        g[static_cast<std::size_t>(j)] = MeanOf(params, first, last);
+        g[idx(j)] = MeanOf(params, first, last);
         prev = k + 1;
     }
 
@@ -307,7 +309,7 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
 
 void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
                           const std::vector<int>& derivIndices) {
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
     const long long kLong = static_cast<long long>(derivIndices.size());
     const long long size = static_cast<long long>(m) + kLong + p + 1;
@@ -320,12 +322,12 @@ void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
     const int half = order / 2;
     const int e = m + k;
     const int startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
-    const int endMult = (k > 0 && derivIndices[static_cast<std::size_t>(k - 1)] == m - 1) ? 2 : 1;
+    const int endMult = (k > 0 && derivIndices[idx(k - 1)] == m - 1) ? 2 : 1;
     const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
-    const auto P = [&params](int i) { return params[static_cast<std::size_t>(i)]; };
+    const double back = params[idx(m - 1)];
+    const auto P = [&params](int i) { return params[idx(i)]; };
 
-    m_knots.assign(static_cast<std::size_t>(size), 0.0);
+    m_knots.assign(idx(size), 0.0);
     double* U = m_knots.data();
     // Interior writes are bounded by the vector: degenerate requests (unsorted or repeated
     // constraint indices) could otherwise run past its end.
@@ -340,7 +342,7 @@ void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
     // constraint list.
     int c = 0;
     const auto doubleForConstraints = [&](int j) {
-        while (c < k && derivIndices[static_cast<std::size_t>(c)] == j) {
+        while (c < k && derivIndices[idx(c)] == j) {
             ++w;
             if (w < static_cast<int>(size)) {
                 U[w] = U[w - 1];
