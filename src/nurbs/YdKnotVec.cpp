@@ -35,6 +35,133 @@ double AverageRun(const std::vector<double>& values, int first, int count) {
     return sum / static_cast<double>(count);
 }
 
+// The layout of the knots for interpolation with derivative constraints at listed points.
+struct ConstrainedKnotPlan {
+    int m = 0;          // parameters
+    int k = 0;          // constraints
+    int order = 0;      // p + 1
+    int half = 0;       // order / 2
+    int e = 0;          // m + k: position of the first back knot
+    int startMult = 1;  // 2 when the first point carries a constraint
+    int endMult = 1;    // 2 when the last point carries a constraint
+    int a = 0;          // interior points left out at the start
+    int b = 0;          // interior points left out at the end
+    double front = 0.0;
+    double back = 0.0;
+};
+
+ConstrainedKnotPlan PlanConstrainedKnots(const std::vector<double>& params, int m, int p,
+                                         const std::vector<int>& derivIndices) {
+    ConstrainedKnotPlan plan;
+    const int k = static_cast<int>(derivIndices.size());
+    plan.m = m;
+    plan.k = k;
+    plan.order = p + 1;
+    plan.half = plan.order / 2;
+    plan.e = m + k;
+    plan.startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
+    plan.endMult = (k > 0 && derivIndices[idx(k - 1)] == m - 1) ? 2 : 1;
+    plan.a = std::max(0, plan.half - plan.startMult);
+    plan.b = std::max(0, plan.half - plan.endMult);
+    plan.front = params.front();
+    plan.back = params[idx(m - 1)];
+    return plan;
+}
+
+// Writes knots front to back. Interior writes are bounded by the vector: degenerate requests
+// (unsorted or repeated constraint indices) could otherwise run past its end.
+class ConstrainedKnotWriter {
+  public:
+    ConstrainedKnotWriter(std::vector<double>& knots, const std::vector<int>& derivIndices)
+        : m_U(knots.data()),
+          m_size(static_cast<int>(knots.size())),
+          m_indices(derivIndices),
+          m_k(static_cast<int>(derivIndices.size())) {}
+
+    void Put(double value) {
+        if (m_w < m_size) {
+            m_U[m_w] = value;
+        }
+        ++m_w;
+    }
+    // Writes the knot that follows point j; a constrained point doubles it, once for each
+    // constraint listed at j. The constraint cursor stops at the end of the list.
+    void PutAfterPoint(double value, int j) {
+        Put(value);
+        --m_w;
+        while (m_c < m_k && m_indices[idx(m_c)] == j) {
+            ++m_w;
+            if (m_w < m_size) {
+                m_U[m_w] = m_U[m_w - 1];
+            }
+            ++m_c;
+        }
+        ++m_w;
+    }
+    // Passes over the constraint at the first point, which has no interior knot to double.
+    void SkipConstraint() { ++m_c; }
+
+  private:
+    double* m_U;
+    int m_size;
+    const std::vector<int>& m_indices;
+    int m_k;
+    int m_w = 0;  // next position to write
+    int m_c = 0;  // next constraint
+};
+
+// Odd order (even degree): midpoints of neighbouring parameters, with knots spaced evenly
+// towards the neighbour where an end carries a constraint.
+void WriteEvenDegreeInterior(const ConstrainedKnotPlan& pl, const std::vector<double>& params,
+                             ConstrainedKnotWriter& out) {
+    const auto P = [&params](int i) { return params[idx(i)]; };
+    if (pl.startMult > 1) {
+        out.SkipConstraint();
+    }
+    if (pl.startMult - pl.half > 0) {
+        const int cnt = pl.startMult - pl.half;
+        const double step = (P(1) - pl.front) / static_cast<double>(cnt + 1);
+        for (int i = 1; i <= cnt; ++i) {
+            out.Put(pl.front + static_cast<double>(i) * step);
+        }
+    }
+    for (int j = pl.startMult + pl.a; j < pl.m - pl.endMult - pl.b; ++j) {
+        out.PutAfterPoint(0.5 * (P(j) + P(j + 1)), j);
+    }
+    if (pl.endMult - pl.half > 0) {
+        const int cnt = pl.endMult - pl.half;
+        const double step = (pl.back - P(pl.m - 2)) / static_cast<double>(cnt + 1);
+        for (int i = 1; i <= cnt; ++i) {
+            out.Put(P(pl.m - 2) + static_cast<double>(i) * step);
+        }
+    }
+}
+
+// Even order (odd degree): the parameters themselves, with repeated knots between the end
+// and its neighbour where an end carries a constraint.
+void WriteOddDegreeInterior(const ConstrainedKnotPlan& pl, const std::vector<double>& params,
+                            ConstrainedKnotWriter& out) {
+    const auto P = [&params](int i) { return params[idx(i)]; };
+    double s1 = 0.5 * (P(1) + pl.front);
+    double s2 = 0.5 * (P(pl.m - 2) + pl.back);
+    if (s1 == s2) {
+        s1 = (P(1) + 2.0 * pl.front) / 3.0;
+        s2 = (P(pl.m - 2) + 2.0 * pl.back) / 3.0;
+    }
+    if (pl.startMult > 1) {
+        out.SkipConstraint();
+    }
+    for (int i = 0; i < pl.startMult - pl.half; ++i) {
+        out.Put(s1);
+    }
+    for (int j = pl.a + 1; j < pl.m - 1 - pl.b; ++j) {
+        out.PutAfterPoint(P(j), j);
+    }
+    for (int i = 0; i < pl.endMult - pl.half; ++i) {
+        out.Put(s2);
+    }
+}
+
 }  // namespace
 
 YdKnotVec::YdKnotVec() = default;
@@ -311,101 +438,25 @@ void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
                           const std::vector<int>& derivIndices) {
     const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
-    const long long kLong = static_cast<long long>(derivIndices.size());
-    const long long size = static_cast<long long>(m) + kLong + p + 1;
+    const long long size =
+        static_cast<long long>(m) + static_cast<long long>(derivIndices.size()) + p + 1;
     m_knots.clear();
     if (m < 2 || p < 0 || !CountFits(size)) {
         return;
     }
-    const int k = static_cast<int>(kLong);
-    const int order = p + 1;
-    const int half = order / 2;
-    const int e = m + k;
-    const int startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
-    const int endMult = (k > 0 && derivIndices[idx(k - 1)] == m - 1) ? 2 : 1;
-    const double front = params.front();
-    const double back = params[idx(m - 1)];
-    const auto P = [&params](int i) { return params[idx(i)]; };
-
+    const ConstrainedKnotPlan plan = PlanConstrainedKnots(params, m, p, derivIndices);
     m_knots.assign(idx(size), 0.0);
-    double* U = m_knots.data();
-    // Interior writes are bounded by the vector: degenerate requests (unsorted or repeated
-    // constraint indices) could otherwise run past its end.
-    int w = 0;
-    const auto put = [&](double value) {
-        if (w < static_cast<int>(size)) {
-            U[w] = value;
-        }
-        ++w;
-    };
-    // A constrained point doubles the knot that follows it. The cursor stops at the end of the
-    // constraint list.
-    int c = 0;
-    const auto doubleForConstraints = [&](int j) {
-        while (c < k && derivIndices[idx(c)] == j) {
-            ++w;
-            if (w < static_cast<int>(size)) {
-                U[w] = U[w - 1];
-            }
-            ++c;
-        }
-    };
-
-    for (int i = 0; i < order; ++i) {
-        put(front);
+    ConstrainedKnotWriter out(m_knots, derivIndices);
+    for (int i = 0; i < plan.order; ++i) {
+        out.Put(plan.front);
     }
-    const int a = std::max(0, half - startMult);
-    const int b = std::max(0, half - endMult);
-
-    if (order % 2 == 1) {
-        if (startMult > 1) {
-            ++c;
-        }
-        if (startMult - half > 0) {
-            const int cnt = startMult - half;
-            const double step = (P(1) - front) / static_cast<double>(cnt + 1);
-            for (int i = 1; i <= cnt; ++i) {
-                put(front + static_cast<double>(i) * step);
-            }
-        }
-        for (int j = startMult + a; j < m - endMult - b; ++j) {
-            put(0.5 * (P(j) + P(j + 1)));
-            --w;
-            doubleForConstraints(j);
-            ++w;
-        }
-        if (endMult - half > 0) {
-            const int cnt = endMult - half;
-            const double step = (back - P(m - 2)) / static_cast<double>(cnt + 1);
-            for (int i = 1; i <= cnt; ++i) {
-                put(P(m - 2) + static_cast<double>(i) * step);
-            }
-        }
+    if (plan.order % 2 == 1) {
+        WriteEvenDegreeInterior(plan, params, out);
     } else {
-        double s1 = 0.5 * (P(1) + front);
-        double s2 = 0.5 * (P(m - 2) + back);
-        if (s1 == s2) {
-            s1 = (P(1) + 2.0 * front) / 3.0;
-            s2 = (P(m - 2) + 2.0 * back) / 3.0;
-        }
-        if (startMult > 1) {
-            ++c;
-        }
-        for (int i = 0; i < startMult - half; ++i) {
-            put(s1);
-        }
-        for (int j = a + 1; j < m - 1 - b; ++j) {
-            put(P(j));
-            --w;
-            doubleForConstraints(j);
-            ++w;
-        }
-        for (int i = 0; i < endMult - half; ++i) {
-            put(s2);
-        }
+        WriteOddDegreeInterior(plan, params, out);
     }
-
-    for (int i = 0; i < order; ++i) {
-        U[e + i] = back;
+    double* U = m_knots.data();
+    for (int i = 0; i < plan.order; ++i) {
+        U[plan.e + i] = plan.back;
     }
 }
