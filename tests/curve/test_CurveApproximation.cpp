@@ -16,39 +16,10 @@
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
 
 using TangentList = std::vector<std::pair<int, YdVector>>;
-
-struct YdBSplineCurveTestAccess {
-    static std::vector<double>& Params(YdBSplineCurve& c) { return c.m_pointParams; }
-    static bool FitOpen(YdBSplineCurve& c, int n, const std::vector<int>& idx, bool keep,
-                        double lambda) {
-        return c.LeastSquareFitOpen(n, idx, keep, lambda);
-    }
-    static bool FitOpen(YdBSplineCurve& c, int n, const TangentList& t, const std::vector<int>& idx,
-                        bool keep, double lambda) {
-        return c.LeastSquareFitOpen(n, t, idx, keep, lambda);
-    }
-    static bool FitClosed(YdBSplineCurve& c, int n, const std::vector<int>& idx, bool keep,
-                          double lambda) {
-        return c.LeastSquareFitClosed(n, idx, keep, lambda);
-    }
-    static bool FitClosed(YdBSplineCurve& c, int n, const TangentList& t,
-                          const std::vector<int>& idx, bool keep, double lambda) {
-        return c.LeastSquareFitClosed(n, t, idx, keep, lambda);
-    }
-    static bool FitSpecial(YdBSplineCurve& c, int n, const TangentList& t,
-                           const std::vector<int>& idx) {
-        return c.LeastSquareFitSpecial(n, t, idx);
-    }
-    static void ErrorMatrix(YdBSplineCurve& c, YdMatrix& N, int* first, int* last, int n) {
-        c.CalucalteErrorMatrix(N, first, last, n);
-    }
-    static void Energy(YdBSplineCurve& c, int r, YdMatrix& K, double& maxAbs) {
-        c.CalculateEnergyMatrix(r, K, maxAbs);
-    }
-};
 
 using Access = YdBSplineCurveTestAccess;
 

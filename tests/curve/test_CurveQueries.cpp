@@ -17,18 +17,12 @@
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+#include "YdTestAccess.h"
 #include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
 // Point inversion and curvature sit on hot paths: this program counts heap allocations
 // through replaced global allocation functions to show that they make none.
-
-struct YdBSplineCurveTestAccess {
-    static void DetermineUInitial(const YdBSplineCurve& c, const YdPoint& P,
-                                  std::vector<double>& starts) {
-        c.DetermineUInitial(P, starts);
-    }
-};
 
 namespace {
 

@@ -16,6 +16,7 @@
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
 
 // The curvature searches evaluate thousands of curvatures per span; this program counts heap
@@ -23,40 +24,6 @@
 
 using Bracket = std::pair<double, double>;
 using BracketList = std::vector<Bracket>;
-
-struct YdCurveFitFilterTestAccess {
-    static bool RoughMax(YdCurveFitFilter& f, BracketList& b) { return f.roughSearchLocaMaxCvt(b); }
-    static bool RoughMin(YdCurveFitFilter& f, BracketList& b) { return f.roughSearchLocaMinCvt(b); }
-    static bool ExactMax(YdCurveFitFilter& f, const BracketList& b) {
-        return f.exzactSearchLocalMaxCvt(b);
-    }
-    static bool ExactMin(YdCurveFitFilter& f, const BracketList& b) {
-        return f.exzactSearchLocalMinCvt(b);
-    }
-    static bool ShrinkMax(YdCurveFitFilter& f, const Bracket& r, Bracket& out, bool fwd) {
-        return f.shrinkRangeForFindingLocalMaxCvt(r, out, fwd);
-    }
-    static bool ShrinkMin(YdCurveFitFilter& f, const Bracket& r, Bracket& out, bool fwd) {
-        return f.shrinkRangeForFindingLocalMinCvt(r, out, fwd);
-    }
-    static bool FromExtremesMax(YdCurveFitFilter& f, const BracketList& e, double& k, double& u) {
-        return f.findMaxCurvatureFromExtremes(e, k, u);
-    }
-    static bool FromExtremesMin(YdCurveFitFilter& f, const BracketList& e, double& k, double& u) {
-        return f.findMinCurvatureFromExtremes(e, k, u);
-    }
-    static bool ComputeMax(YdCurveFitFilter& f) { return f.computeLocalMaxCurvature(); }
-    static const std::map<double, double>& MaxMap(const YdCurveFitFilter& f) {
-        return f.localMaxCurvatures;
-    }
-    static const std::map<double, double>& MinMap(const YdCurveFitFilter& f) {
-        return f.localMinCurvatures;
-    }
-    static bool ComputeMin(YdCurveFitFilter& f) { return f.computeLocalMinCurvature(); }
-    static std::map<double, double>& MutableMaxMap(YdCurveFitFilter& f) {
-        return f.localMaxCurvatures;
-    }
-};
 
 namespace {
 

@@ -17,18 +17,8 @@
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
-
-struct YdCurveFitFilterTestAccess {
-    static const std::vector<YdPoint>& Points(const YdCurveFitFilter& f) { return f.fitPoints; }
-    static bool Preprocess(const YdCurveFitFilter& f) { return f.preprocess; }
-    static void Densify(YdCurveFitFilter& f) { f.preprocessFitPoints(); }
-    static std::map<double, double>& MaxMap(YdCurveFitFilter& f) { return f.localMaxCurvatures; }
-    static std::map<double, double>& MinMap(YdCurveFitFilter& f) { return f.localMinCurvatures; }
-    static bool Step(YdBSplineCurve* c, const YdPoint& from, double u, double s2, double& next) {
-        return YdCurveFitFilter::iterateFunction(c, from, u, s2, next);
-    }
-};
 
 using Access = YdCurveFitFilterTestAccess;
 
