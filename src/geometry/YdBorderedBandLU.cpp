@@ -122,6 +122,9 @@ bool YdBorderedBandLU::LUDecompose(std::vector<int>& pivots) {
     return true;
 }
 
+// The steps below are defined inline: they run once per column or per stored entry of the
+// elimination, and the split into phases is to cost nothing against the single loop.
+
 // Implicit row scaling, 1 / (largest |entry|) of each row; false for a row whose largest
 // entry is below 1e-10. The maximum does not depend on the order of visit.
 bool YdBorderedBandLU::ComputeRowScales(std::vector<double>& scale) const {
@@ -164,7 +167,7 @@ void YdBorderedBandLU::PrepareElimination(Elimination& e) const {
     }
 }
 
-void YdBorderedBandLU::ActivateRows(Elimination& e, int j) const {
+inline void YdBorderedBandLU::ActivateRows(Elimination& e, int j) const {
     while (e.nextActivation < e.activation.size() && e.activation[e.nextActivation].first <= j) {
         const int pos = e.posOfRow[e.activation[e.nextActivation].second];
         e.active.insert(std::upper_bound(e.active.begin(), e.active.end(), pos), pos);
@@ -174,7 +177,7 @@ void YdBorderedBandLU::ActivateRows(Elimination& e, int j) const {
 
 // The candidates of column j in position order: each one's entry reduced by the earlier
 // pivot rows, the largest scaled magnitude winning (ties go to the later row).
-int YdBorderedBandLU::ChoosePivotRow(Elimination& e, int j) {
+inline int YdBorderedBandLU::ChoosePivotRow(Elimination& e, int j) {
     e.scaled.resize(e.active.size());
     double big = 0.0;
     int imax = j;
@@ -196,7 +199,7 @@ int YdBorderedBandLU::ChoosePivotRow(Elimination& e, int j) {
 
 // No non-zero candidate. The dense search then settles on the last row whose scaled
 // magnitude is not NaN, counting the exact zeros of inactive rows.
-int YdBorderedBandLU::TiePivotRow(const Elimination& e, int j) const {
+inline int YdBorderedBandLU::TiePivotRow(const Elimination& e, int j) const {
     std::ptrdiff_t t = static_cast<std::ptrdiff_t>(e.active.size()) - 1;
     for (int p = m_n - 1; p >= j; --p) {
         if (t >= 0 && e.active[t] == p) {
@@ -212,7 +215,8 @@ int YdBorderedBandLU::TiePivotRow(const Elimination& e, int j) const {
 }
 
 // Candidate row r's entry in column j, reduced by the pivot rows above j and stored back.
-double YdBorderedBandLU::EliminateCandidate(Row& r, int j, const std::vector<int>& firstReach) {
+inline double YdBorderedBandLU::EliminateCandidate(Row& r, int j,
+                                                   const std::vector<int>& firstReach) {
     if (j >= m_borderStart) {
         const double s = ReducedBorderEntry(r, j, j);
         r.border[j - m_borderStart] = s;
@@ -228,7 +232,7 @@ double YdBorderedBandLU::EliminateCandidate(Row& r, int j, const std::vector<int
 
 // Row r's stored band entry in column c less its products with the U entries of the pivot
 // rows from..kEnd-1 whose band reaches c; c is inside r's band.
-double YdBorderedBandLU::ReducedBandEntry(const Row& r, int c, int kEnd, int from) const {
+inline double YdBorderedBandLU::ReducedBandEntry(const Row& r, int c, int kEnd, int from) const {
     double s = r.band[c - r.lo];
     for (int k = std::max(r.lo, from); k < kEnd; ++k) {
         const Row& rk = m_rows[k];
@@ -241,7 +245,7 @@ double YdBorderedBandLU::ReducedBandEntry(const Row& r, int c, int kEnd, int fro
 
 // Row r's border entry in column c less its products with the U entries of the pivot rows
 // above kEnd: band columns first, then border columns, in column order.
-double YdBorderedBandLU::ReducedBorderEntry(const Row& r, int c, int kEnd) const {
+inline double YdBorderedBandLU::ReducedBorderEntry(const Row& r, int c, int kEnd) const {
     const int nb = m_borderStart;
     const int bc = c - nb;
     double s = r.border[bc];
@@ -256,7 +260,7 @@ double YdBorderedBandLU::ReducedBorderEntry(const Row& r, int c, int kEnd) const
 }
 
 // Whole rows swap (as the dense code copies them); no sign of the permutation is kept.
-void YdBorderedBandLU::SwapPivotRow(Elimination& e, int j, int imax) {
+inline void YdBorderedBandLU::SwapPivotRow(Elimination& e, int j, int imax) {
     if (imax == j) {
         return;
     }
@@ -267,14 +271,14 @@ void YdBorderedBandLU::SwapPivotRow(Elimination& e, int j, int imax) {
 }
 
 // The pivot A[j][j] after the swap; an entry outside the store is an exact zero.
-double YdBorderedBandLU::PivotValue(int j) const {
+inline double YdBorderedBandLU::PivotValue(int j) const {
     const Row& pr = m_rows[j];
     const bool pivotStored = j >= m_borderStart || (pr.lo <= j && j < pr.Hi());
     return pivotStored ? Stored(pr, j) : 0.0;
 }
 
 // The pivot row leaves the active set; the row it displaced keeps position imax.
-void YdBorderedBandLU::RetirePivotRow(Elimination& e, int j, int imax, bool rowJActive) {
+inline void YdBorderedBandLU::RetirePivotRow(Elimination& e, int j, int imax, bool rowJActive) {
     if (imax == j || rowJActive) {
         e.active.erase(e.active.begin());
     } else {
@@ -283,7 +287,7 @@ void YdBorderedBandLU::RetirePivotRow(Elimination& e, int j, int imax, bool rowJ
 }
 
 // The L entries of column j: the remaining candidates times 1 / pivot.
-void YdBorderedBandLU::ScaleColumn(const Elimination& e, int j, double pivot) {
+inline void YdBorderedBandLU::ScaleColumn(const Elimination& e, int j, double pivot) {
     const double rcp = 1.0 / pivot;
     for (int pos : e.active) {
         Stored(m_rows[pos], j) *= rcp;
@@ -292,7 +296,7 @@ void YdBorderedBandLU::ScaleColumn(const Elimination& e, int j, double pivot) {
 
 // U part of the pivot row, columns j + 1 .. n - 1: the band (grown to reach as far as the
 // bands of the rows it combines with), then the border.
-void YdBorderedBandLU::ComputePivotRowU(std::vector<int>& firstReach, int j) {
+inline void YdBorderedBandLU::ComputePivotRowU(std::vector<int>& firstReach, int j) {
     const int nb = m_borderStart;
     Row& pr = m_rows[j];
     if (j < nb) {
