@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "YdAllocationCounter.h"
+#include "YdDenseReference.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
@@ -81,51 +82,10 @@ std::unique_ptr<YdBSplineCurve> StraightLine() {
                       YdPoint(3, 0, 0)});
 }
 
-// Refines an extreme of the oracle inside [lo, hi] by golden-section search.
-double Refine(const YdBSplineCurve& c, double lo, double hi, bool maximum) {
-    const double g = (std::sqrt(5.0) - 1) / 2;
-    double x1 = hi - g * (hi - lo);
-    double x2 = lo + g * (hi - lo);
-    double f1 = Kappa(c, x1);
-    double f2 = Kappa(c, x2);
-    for (int i = 0; i < 200 && hi - lo > 1e-12; ++i) {
-        const bool keepLeft = maximum ? (f1 > f2) : (f1 < f2);
-        if (keepLeft) {
-            hi = x2;
-            x2 = x1;
-            f2 = f1;
-            x1 = hi - g * (hi - lo);
-            f1 = Kappa(c, x1);
-        } else {
-            lo = x1;
-            x1 = x2;
-            f1 = f2;
-            x2 = lo + g * (hi - lo);
-            f2 = Kappa(c, x2);
-        }
-    }
-    return (lo + hi) / 2;
-}
-
 // The interior local extremes of curvature found by dense sampling and refined.
 std::vector<double> DenseExtremes(const YdBSplineCurve& c, bool maximum, int n = 20000) {
-    const double a = c.startParam();
-    const double b = c.endParam();
-    std::vector<double> u(static_cast<std::size_t>(n) + 1);
-    std::vector<double> k(u.size());
-    for (int i = 0; i <= n; ++i) {
-        u[static_cast<std::size_t>(i)] = a + (b - a) * i / n;
-        k[static_cast<std::size_t>(i)] = Kappa(c, u[static_cast<std::size_t>(i)]);
-    }
-    std::vector<double> out;
-    for (std::size_t i = 1; i + 1 < u.size(); ++i) {
-        const bool isMax = k[i] > k[i - 1] && k[i] >= k[i + 1];
-        const bool isMin = k[i] < k[i - 1] && k[i] <= k[i + 1];
-        if (maximum ? isMax : isMin) {
-            out.push_back(Refine(c, u[i - 1], u[i + 1], maximum));
-        }
-    }
-    return out;
+    return ydtest::SampledExtremes([&c](double u) { return Kappa(c, u); }, c.startParam(),
+                                   c.endParam(), n, maximum);
 }
 
 // The keys of a map, with keys closer than `merge` to the previous kept one dropped (one
