@@ -1,3 +1,6 @@
+// Reference: the smallest control-point count that meets a tolerance, by bisection on the count;
+// each trial is judged by Newton point inversion of its fit points.
+//
 // The approximation factories: choosing the number of control points by a binary search and
 // judging each trial by its worst squared point distance.
 

@@ -1,3 +1,7 @@
+// Reference: knot insertion by Boehm's algorithm (Piegl and Tiller, The NURBS Book, 2nd ed.,
+// algorithm A5.1); knot removal within a distance tolerance (ibid., algorithm A5.8); splitting and
+// sub-curves by inserting knots up to full multiplicity.
+//
 // Knot editing of YdBSplineCurve that keeps the shape: single knot insertion, removal of one
 // knot within a distance tolerance, and the split and sub-curve operations built on insertion.
 // All of them assume a clamped knot vector on [0, 1], which every construction routine of the

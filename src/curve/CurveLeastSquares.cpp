@@ -1,3 +1,8 @@
+// Reference: least-squares curve approximation with interpolated points and derivatives as
+// Lagrange-multiplier constraints (Piegl and Tiller, The NURBS Book, 2nd ed., section 9.4), with a
+// fairing term: the bending energy, the integral of |C''|^2, integrated span by span by
+// Gauss-Legendre quadrature.
+//
 // One constrained least-squares fit of a cubic to the curve's own fit points: the basis matrix
 // with its band limits, the fairing (bending-energy) matrix, the blended and bordered system
 // and its pivoted LU solution.

@@ -1,3 +1,8 @@
+// Reference: offset curves by transporting the offset vector with the rotation that turns each unit
+// tangent into the next (a discrete rotation-minimising frame, after Bishop, "There is more than
+// one way to frame a curve", 1975) and fitting the offset points; the seam of a closed curve moved
+// by extracting and joining its two pieces.
+//
 // Offset curves (constant distance, offset vector transported along the tangents) and moving the
 // seam of a closed curve.
 

@@ -1,3 +1,8 @@
+// Reference: arc length by Gauss-Legendre quadrature over the knot spans and by Romberg
+// extrapolation of chord-length sums; point inversion by Newton's method (Piegl and Tiller, The
+// NURBS Book, 2nd ed., section 6.1); the point at an arc length by bisection; the curvature
+// |C' x C''| / |C'|^3 and the Frenet frame of differential geometry.
+//
 // Read-only geometric queries of YdBSplineCurve: arc length, point inversion, the point at a
 // given arc length, curvature, the Frenet frame, the arc-length midpoint and sampling.
 //

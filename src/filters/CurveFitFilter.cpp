@@ -1,3 +1,6 @@
+// Reference: the parameter a chord distance ahead by Newton's method on the squared distance,
+// started from a first-order Taylor step; densifying by cutting long gaps into equal pieces.
+//
 // The curve fit filter's fields, fitting and the queries a motion controller makes while it
 // travels along the fitted curve: points, directions, radii, lengths and the parameter a given
 // distance ahead.

@@ -1,3 +1,6 @@
+// Reference: extremes of curvature bracketed knot span by knot span, then narrowed by interval
+// reduction (the midpoint compared with two inner points, a dichotomous search).
+//
 // Curvature extremes of the fitted curve: every local maximum and minimum of curvature, found
 // in two stages. The rough stage brackets each extreme, knot span by knot span (plus a small
 // interval around every interior knot, where the curvature of a cubic may have a kink); the

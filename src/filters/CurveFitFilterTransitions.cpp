@@ -1,3 +1,7 @@
+// Reference: transition curves as cubic Hermite segments in Bezier form (end points and end
+// derivatives; Farin, Curves and Surfaces for CAGD), and constrained approximation or interpolation
+// through given points.
+//
 // Transition curves that join straight moves and fitted curves, and the helpers that continue or
 // split curves. Every curve made here is new and belongs to the caller.
 

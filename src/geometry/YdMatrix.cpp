@@ -1,3 +1,8 @@
+// Reference: LU factorisation without pivoting (Doolittle) and Crout's method with implicit row
+// scaling and partial pivoting (Press et al., Numerical Recipes, section 2.3); the classical Jacobi
+// eigenvalue method, which rotates away the largest off-diagonal element (Golub and Van Loan,
+// Matrix Computations, section 8.5); rotation matrices by Rodrigues' formula.
+
 #include "YdNurbsLib/geometry/YdMatrix.h"
 
 #include <algorithm>

@@ -1,5 +1,9 @@
 #pragma once
 
+// Reference: the non-zero B-spline basis functions and their derivatives by the Cox-de Boor
+// recurrence in triangular form (Piegl and Tiller, The NURBS Book, 2nd ed., algorithms A2.2 and
+// A2.3).
+//
 // Internal (not installed): the allocation-free core of the B-spline basis functions. Both
 // YdNurbsHelper::GetBasisFunctionValue and curve evaluation run this one routine, so the two
 // give the same numbers, bit for bit.

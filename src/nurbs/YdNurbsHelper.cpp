@@ -1,3 +1,6 @@
+// Reference: chord-length parameterisation of points (Piegl and Tiller, The NURBS Book, 2nd ed.,
+// chapter 9); the basis functions through the Cox-de Boor kernel.
+
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
 
 #include <algorithm>
