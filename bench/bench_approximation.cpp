@@ -9,50 +9,24 @@
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
+#include "YdTestCurves.h"
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-
 // A three-petal rose about 100 units across with a gentle z wave, open (0.9 of the full
-// sweep), with optional uniform noise.
+// sweep), with optional uniform noise: the tests' rose path.
 std::vector<YdPoint> RosePath(int m, double noise) {
-    std::mt19937 rng(12345);
-    std::uniform_real_distribution<double> jitter(-noise, noise);
-    std::vector<YdPoint> pts;
-    pts.reserve(static_cast<std::size_t>(m));
-    for (int i = 0; i < m; ++i) {
-        const double t = 0.9 * kPi * i / (m - 1);
-        const double r = 50.0 * std::cos(3.0 * t);
-        YdPoint p(r * std::cos(t), r * std::sin(t), 2.0 * std::sin(2.0 * t));
-        if (noise > 0.0) {
-            p[0] += jitter(rng);
-            p[1] += jitter(rng);
-            p[2] += jitter(rng);
-        }
-        pts.push_back(p);
-    }
-    return pts;
+    return ydtest::RosePath(m, 0.9 * ydtest::kPi, noise, 12345);
 }
 
+// The largest point distance as the search measures it.
 double MaxDistance(const YdBSplineCurve& c, const std::vector<YdPoint>& pts) {
-    double maxErr = 0.0;
-    for (std::size_t i = 0; i < pts.size(); ++i) {
-        double u0 = c.GetPointParam(static_cast<int>(i));
-        double u = 0.0;
-        YdPoint q;
-        if (c.FindNearestPoint(pts[i], u, q, &u0)) {
-            maxErr = std::max(maxErr, pts[i].SquareDistanceToPoint(q));
-        }
-    }
-    return std::sqrt(maxErr);
+    return std::sqrt(ydtest::SearchMaxSquaredError(c, pts));
 }
 
 double PeakRssMB() {

@@ -11,37 +11,21 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
+#include "YdRealPaths.h"
+#include "YdTestCurves.h"
 
 namespace {
 
 constexpr std::size_t kPiece = 300;
 constexpr double kTolerance = 1e-4;  // squared: a distance of 0.01
 constexpr double kStep = 0.5;
-
-std::vector<YdPoint> LoadPoints(const std::string& path) {
-    std::vector<YdPoint> pts;
-    std::ifstream in(path);
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream ls(line);
-        double x = 0.0;
-        double y = 0.0;
-        double z = 0.0;
-        if (ls >> x >> y >> z) {
-            pts.emplace_back(x, y, z);
-        }
-    }
-    return pts;
-}
 
 std::vector<std::vector<YdPoint>> Pieces(const std::vector<YdPoint>& run) {
     std::vector<std::vector<YdPoint>> pieces;
@@ -53,21 +37,13 @@ std::vector<std::vector<YdPoint>> Pieces(const std::vector<YdPoint>& run) {
     return pieces;
 }
 
+// The largest point distance as the search measures it.
 double MaxDistance(const YdBSplineCurve& c, const std::vector<YdPoint>& pts) {
-    double worst = 0.0;
-    for (std::size_t i = 0; i < pts.size(); ++i) {
-        double u0 = c.GetPointParam(static_cast<int>(i));
-        double u = 0.0;
-        YdPoint q;
-        if (c.FindNearestPoint(pts[i], u, q, &u0)) {
-            worst = std::max(worst, pts[i].DistanceToPoint(q));
-        }
-    }
-    return worst;
+    return std::sqrt(ydtest::SearchMaxSquaredError(c, pts));
 }
 
 void BM_FitRealRun(benchmark::State& state, const std::string& path) {
-    const std::vector<std::vector<YdPoint>> pieces = Pieces(LoadPoints(path));
+    const std::vector<std::vector<YdPoint>> pieces = Pieces(ydtest::LoadPointFile(path));
     double ctrl = 0.0;
     double pts = 0.0;
     double maxdist = 0.0;
@@ -96,7 +72,7 @@ void BM_FitRealRun(benchmark::State& state, const std::string& path) {
 
 void BM_WalkRealRun(benchmark::State& state, const std::string& path) {
     std::vector<std::unique_ptr<YdBSplineCurve>> curves;
-    for (const std::vector<YdPoint>& piece : Pieces(LoadPoints(path))) {
+    for (const std::vector<YdPoint>& piece : Pieces(ydtest::LoadPointFile(path))) {
         curves.emplace_back(YdBSplineCurve::CreateApproximateCurve(piece, false, kTolerance));
     }
     double steps = 0.0;
@@ -125,18 +101,7 @@ void BM_WalkRealRun(benchmark::State& state, const std::string& path) {
 // Every fourth run in name order: each kind of program is represented, and a full run of this
 // program stays within a few minutes.
 int RegisterRealRuns() {
-    const std::filesystem::path dir(YDNURBS_REALPATHS_DIR);
-    std::error_code ec;
-    if (!std::filesystem::is_directory(dir, ec)) {
-        return 0;
-    }
-    std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) {
-        if (entry.is_regular_file() && entry.path().extension() == ".txt") {
-            files.push_back(entry.path().string());
-        }
-    }
-    std::sort(files.begin(), files.end());
+    const std::vector<std::string> files = ydtest::RealPathFiles();
     int registered = 0;
     for (std::size_t i = 0; i < files.size(); i += 4) {
         const std::string name = "run" + std::to_string(i);

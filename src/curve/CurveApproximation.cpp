@@ -1,3 +1,6 @@
+// Reference: the smallest control-point count that meets a tolerance, by bisection on the count;
+// each trial is judged by Newton point inversion of its fit points.
+//
 // The approximation factories: choosing the number of control points by a binary search and
 // judging each trial by its worst squared point distance.
 
@@ -8,8 +11,12 @@
 #include <utility>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
+#include "../geometry/PointChecks.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -21,15 +28,6 @@ constexpr double kLambda = 0.2;
 constexpr int kMinCtrlPnts = 5;
 constexpr int kMaxCtrlPnts = 500;
 
-bool AllFinite(const std::vector<YdPoint>& points) {
-    for (const YdPoint& p : points) {
-        if (!std::isfinite(p[0]) || !std::isfinite(p[1]) || !std::isfinite(p[2])) {
-            return false;
-        }
-    }
-    return true;
-}
-
 // The largest squared distance from each point to the curve, searched from the point's own
 // parameter. A point whose search fails is skipped. A NaN distance makes the result NaN, so
 // that such a curve counts neither as within tolerance nor as the least-error one.
@@ -40,10 +38,10 @@ double MaxSquaredError(const YdBSplineCurve& curve, const std::vector<YdPoint>& 
         double u0 = curve.GetPointParam(i);
         double u = 0.0;
         YdPoint nearest;
-        if (!curve.FindNearestPoint(points[static_cast<std::size_t>(i)], u, nearest, &u0)) {
+        if (!curve.FindNearestPoint(points[idx(i)], u, nearest, &u0)) {
             continue;
         }
-        const double d2 = points[static_cast<std::size_t>(i)].SquareDistanceToPoint(nearest);
+        const double d2 = points[idx(i)].SquareDistanceToPoint(nearest);
         if (!std::isnan(maxErr) && !(d2 <= maxErr)) {
             maxErr = d2;
         }
@@ -119,7 +117,7 @@ YdBSplineCurve* SearchControlPointCount(YdBSplineCurve& work, const std::vector<
     if (chosen < 0) {
         return nullptr;
     }
-    return candidates[static_cast<std::size_t>(chosen)].curve.release();
+    return candidates[idx(chosen)].curve.release();
 }
 
 // The cases that need no search: null for fewer than two points or a coordinate that is not a
@@ -128,7 +126,7 @@ YdBSplineCurve* SearchControlPointCount(YdBSplineCurve& work, const std::vector<
 YdBSplineCurve* SmallCase(const std::vector<YdPoint>& points, bool closed, bool& handled) {
     handled = true;
     const std::size_t m = points.size();
-    if (m < 2 || !AllFinite(points)) {
+    if (m < 2 || !yd_detail::AllFinitePoints(points)) {
         return nullptr;
     }
     if (m == 2) {

@@ -1,8 +1,14 @@
+// Reference: curve points and derivatives as sums of control points weighted by the basis functions
+// and their derivatives (Piegl and Tiller, The NURBS Book, 2nd ed., algorithms A3.1 and A3.2).
+
 #include <algorithm>
 
+#include "../geometry/IndexCast.h"
 #include "../nurbs/BasisKernel.h"
 #include "CurveEvalKernel.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
+
+using yd_detail::idx;
 
 static_assert(yd_detail::kMaxStackDegree == yd_detail::kBasisStackDegree,
               "the curve kernel and the basis kernel must agree on their inline degree");
@@ -189,7 +195,7 @@ bool YdBSplineCurve::Evaluate(double u, int numDerivs, YdPoint& pt,
                               std::vector<YdVector>& derivs) const {
     // A negative count asks for no derivatives (resizing to it would throw).
     numDerivs = std::max(0, numDerivs);
-    derivs.resize(static_cast<size_t>(numDerivs));
+    derivs.resize(idx(numDerivs));
     yd_detail::EvaluateCurve(*this, u, numDerivs, pt, derivs.data());
     return true;
 }

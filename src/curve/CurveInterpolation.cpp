@@ -1,11 +1,18 @@
+// Reference: global curve interpolation by a collocation system with chord-length parameters and
+// averaged knots, with first-derivative constraints (Piegl and Tiller, The NURBS Book, 2nd ed.,
+// section 9.2); single cubic segments from end points and end tangents in Bezier form.
+
 #include <algorithm>
 #include <memory>
 #include <utility>
 
+#include "../geometry/IndexCast.h"
 #include "../geometry/YdBorderedBandLU.h"
 #include "../nurbs/BasisKernel.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+
+using yd_detail::idx;
 
 // The interpolation systems are square, n x n, with n up to the tens of thousands. They are
 // stored compactly (a band per row plus, for closed curves, the last p + 1 columns that the
@@ -22,9 +29,9 @@ void SetBasisRow(YdBorderedBandLU& A, int row, const YdKnotVec& knots, int p, in
                  bool negate, Rows& N) {
     int span = 0;
     YdNurbsHelper::GetBasisFunctionValue(knots, p, order, u, N, span);
-    const std::vector<double>& r = N[static_cast<size_t>(std::min(order, p))];
+    const std::vector<double>& r = N[idx(std::min(order, p))];
     for (int j = 0; j <= p; ++j) {
-        const double v = r[static_cast<size_t>(j)];
+        const double v = r[idx(j)];
         A.Set(row, span - p + j, negate ? -v : v);
     }
 }
@@ -51,7 +58,7 @@ void SetClosureRows(YdBorderedBandLU& A, int m, const YdKnotVec& knots, int p, R
 
 // Factorises and solves in place; on success the control points are the solution.
 bool SolveInto(YdBorderedBandLU& A, std::vector<YdPoint>& rhs, std::vector<YdPoint>& ctrl) {
-    std::vector<int> pivots(static_cast<size_t>(A.Size()), 0);
+    std::vector<int> pivots(idx(A.Size()), 0);
     if (!A.LUDecompose(pivots)) {
         return false;
     }
@@ -93,9 +100,9 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(const std::vector<YdPoint
     if (n < m) {
         return nullptr;
     }
-    curve->m_ctrlPnts.resize(static_cast<size_t>(n));
+    curve->m_ctrlPnts.resize(idx(n));
     YdBorderedBandLU A(n, BorderWidth(closed, degree));
-    std::vector<YdPoint> rhs(static_cast<size_t>(n), YdPoint(0.0, 0.0, 0.0));
+    std::vector<YdPoint> rhs(idx(n), YdPoint(0.0, 0.0, 0.0));
     Rows N;
     SetPointRows(A, rhs, points, curve->m_pointParams, curve->m_knotVec, degree, N);
     if (closed) {
@@ -141,9 +148,9 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(
     if (n < m + k || !yd_detail::BasisKnotsUsable(curve->m_knotVec.GetCount(), degree)) {
         return nullptr;
     }
-    curve->m_ctrlPnts.resize(static_cast<size_t>(n));
+    curve->m_ctrlPnts.resize(idx(n));
     YdBorderedBandLU A(n, BorderWidth(closed, degree));
-    std::vector<YdPoint> rhs(static_cast<size_t>(n), YdPoint(0.0, 0.0, 0.0));
+    std::vector<YdPoint> rhs(idx(n), YdPoint(0.0, 0.0, 0.0));
     Rows N;
     SetPointRows(A, rhs, points, curve->m_pointParams, curve->m_knotVec, degree, N);
     if (closed) {
@@ -153,11 +160,10 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(
     // curve with constraints a derivative row overwrites the closure entries it meets and
     // keeps the others, a mix hosts rely on.
     for (int c = 0; c < k; ++c) {
-        const int i = derivs[static_cast<size_t>(c)].first;
-        SetBasisRow(A, m + c, curve->m_knotVec, degree, 1,
-                    curve->m_pointParams[static_cast<size_t>(i)], false, N);
-        const YdVector& v = derivs[static_cast<size_t>(c)].second;
-        rhs[static_cast<size_t>(m + c)] = YdPoint(v[0], v[1], v[2]);
+        const int i = derivs[idx(c)].first;
+        SetBasisRow(A, m + c, curve->m_knotVec, degree, 1, curve->m_pointParams[idx(i)], false, N);
+        const YdVector& v = derivs[idx(c)].second;
+        rhs[idx(m + c)] = YdPoint(v[0], v[1], v[2]);
     }
     if (!SolveInto(A, rhs, curve->m_ctrlPnts)) {
         return nullptr;
@@ -190,9 +196,9 @@ YdBSplineCurve* YdBSplineCurve::CreateInterpolateCurve(const std::vector<YdPoint
     if (n < m) {
         return nullptr;
     }
-    curve->m_ctrlPnts.resize(static_cast<size_t>(n));
+    curve->m_ctrlPnts.resize(idx(n));
     YdBorderedBandLU A(n, BorderWidth(closed, degree));
-    std::vector<YdPoint> rhs(static_cast<size_t>(n), YdPoint(0.0, 0.0, 0.0));
+    std::vector<YdPoint> rhs(idx(n), YdPoint(0.0, 0.0, 0.0));
     Rows N;
     SetPointRows(A, rhs, points, params, curve->m_knotVec, degree, N);
     if (closed) {

@@ -1,3 +1,7 @@
+// Reference: knot insertion by Boehm's algorithm (Piegl and Tiller, The NURBS Book, 2nd ed.,
+// algorithm A5.1); knot removal within a distance tolerance (ibid., algorithm A5.8); splitting and
+// sub-curves by inserting knots up to full multiplicity.
+//
 // Knot editing of YdBSplineCurve that keeps the shape: single knot insertion, removal of one
 // knot within a distance tolerance, and the split and sub-curve operations built on insertion.
 // All of them assume a clamped knot vector on [0, 1], which every construction routine of the
@@ -8,10 +12,13 @@
 #include <cstddef>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -59,6 +66,54 @@ YdKnotVec MakeKnotVec(const std::vector<double>& K) {
     return kv;
 }
 
+// Where a sub-range [u1, u2] sits among the interior knots (indices 1 .. N - 2): how many
+// knots lie within 1e-7 of each bound, the first knot above u1 and the last knot below u2
+// (-1 when there is none), each not within 1e-7 of its bound.
+struct SubRangeKnots {
+    int s1;
+    int s2;
+    int a;
+    int b;
+};
+
+SubRangeKnots ScanSubRange(const std::vector<double>& U, double u1, double u2) {
+    SubRangeKnots scan{0, 0, -1, -1};
+    const int N = static_cast<int>(U.size());
+    for (int i = 1; i <= N - 2; ++i) {
+        const double k = U[i];
+        const bool near1 = std::fabs(k - u1) < kSplitTol;
+        const bool near2 = std::fabs(k - u2) < kSplitTol;
+        if (near1) {
+            ++scan.s1;
+        }
+        if (near2) {
+            ++scan.s2;
+        }
+        if (scan.a < 0 && k > u1 && !near1) {
+            scan.a = i;
+        }
+        if (k < u2 && !near2) {
+            scan.b = i;
+        }
+    }
+    return scan;
+}
+
+// The knots of the piece over [u1, u2]: p + 1 copies of u1, the knots strictly between, p + 1
+// copies of u2, each mapped by (k - u1) / (u2 - u1).
+std::vector<double> SubCurveKnots(const std::vector<double>& U, int p, double u1, double u2,
+                                  const SubRangeKnots& scan) {
+    std::vector<double> K(idx(p) + 1, u1);
+    if (scan.a <= scan.b) {
+        K.insert(K.end(), U.begin() + scan.a, U.begin() + (scan.b + 1));
+    }
+    K.insert(K.end(), idx(p) + 1, u2);
+    for (double& k : K) {
+        k = (k - u1) / (u2 - u1);
+    }
+    return K;
+}
+
 }  // namespace
 
 bool YdBSplineCurve::InsertKnot(double u, bool allowExisting) {
@@ -98,7 +153,7 @@ bool YdBSplineCurve::InsertKnot(double u, bool allowExisting) {
     newKnots.insert(newKnots.begin() + (k + 1), u);
 
     const std::vector<YdPoint>& P = m_ctrlPnts;
-    std::vector<YdPoint> Q(static_cast<std::size_t>(n) + 1);
+    std::vector<YdPoint> Q(idx(n) + 1);
     for (int i = 0; i <= k - p; ++i) {
         Q[i] = P[i];
     }
@@ -146,7 +201,7 @@ bool YdBSplineCurve::RemoveKnot(double u, double tol) {
     const int first = r - p;
     const int last = r - s;
     const std::vector<YdPoint>& P = m_ctrlPnts;
-    std::vector<YdPoint> T(static_cast<std::size_t>(last - first) + 3);
+    std::vector<YdPoint> T(idx(last - first) + 3);
     T[0] = P[first - 1];
     T[last - first + 2] = P[last + 1];
 
@@ -219,13 +274,13 @@ std::vector<YdBSplineCurve*> YdBSplineCurve::SplitCurve(double u) {
     // with u - 1e-7 or u + 1e-7 rounds differently and can hand such a knot to a piece.)
     const std::vector<double>& U = c.m_knotVec.GetKnots();
     std::vector<double> KL;
-    std::vector<double> KR(static_cast<std::size_t>(p) + 1, u);
+    std::vector<double> KR(idx(p) + 1, u);
     for (double k : U) {
         if (u - k >= kSplitTol) {
             KL.push_back(k);
         }
     }
-    KL.insert(KL.end(), static_cast<std::size_t>(p) + 1, u);
+    KL.insert(KL.end(), idx(p) + 1, u);
     for (double k : U) {
         if (k - u >= kSplitTol) {
             KR.push_back(k);
@@ -267,53 +322,24 @@ YdBSplineCurve* YdBSplineCurve::ExtractSubCurve(double u1, double u2) const {
         return nullptr;
     }
 
-    YdBSplineCurve c(*this);
-    const int N = static_cast<int>(U0.size());
-    int s1 = 0;
-    int s2 = 0;
-    int a = -1;
-    int b = -1;
-    for (int i = 1; i <= N - 2; ++i) {
-        const double k = U0[i];
-        const bool near1 = std::fabs(k - u1) < kSplitTol;
-        const bool near2 = std::fabs(k - u2) < kSplitTol;
-        if (near1) {
-            ++s1;
-        }
-        if (near2) {
-            ++s2;
-        }
-        if (a < 0 && k > u1 && !near1) {
-            a = i;
-        }
-        if (k < u2 && !near2) {
-            b = i;
-        }
-    }
-    if (a < 0 || b < 0) {
+    const SubRangeKnots scan = ScanSubRange(U0, u1, u2);
+    if (scan.a < 0 || scan.b < 0) {
         return nullptr;
     }
+    const std::vector<double> K = SubCurveKnots(U0, p, u1, u2, scan);
 
-    std::vector<double> K(static_cast<std::size_t>(p) + 1, u1);
-    if (a <= b) {
-        K.insert(K.end(), U0.begin() + a, U0.begin() + (b + 1));
-    }
-    K.insert(K.end(), static_cast<std::size_t>(p) + 1, u2);
-    for (double& k : K) {
-        k = (k - u1) / (u2 - u1);
-    }
-
+    YdBSplineCurve c(*this);
     bool inserted = true;
-    for (int t = 0; t < p - s1 && inserted; ++t) {
+    for (int t = 0; t < p - scan.s1 && inserted; ++t) {
         inserted = c.InsertKnot(u1, true);
     }
-    for (int t = 0; t < p - s2 && inserted; ++t) {
+    for (int t = 0; t < p - scan.s2 && inserted; ++t) {
         inserted = c.InsertKnot(u2, true);
     }
 
     // Indices in the refined copy: u1 now ends at a' - 1 with multiplicity p, u2 at b'.
-    const int aRefined = a - s1;
-    const int bRefined = b + (p - s1) + p;
+    const int aRefined = scan.a - scan.s1;
+    const int bRefined = scan.b + (p - scan.s1) + p;
     const int lo = aRefined - 1;
     const int hi = bRefined - p;
     const int count = hi - lo + 1;

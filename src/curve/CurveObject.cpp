@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
+
+using yd_detail::idx;
 
 YdBSplineCurve::YdBSplineCurve() : m_degree(0), m_closed(false) {}
 
@@ -61,7 +64,7 @@ void YdBSplineCurve::AllocateMemory(int degree, int numCtrlPnts, bool allocKnots
     m_degree = degree;
     m_ctrlPnts.clear();
     // Negative counts mean "none" rather than a container length error.
-    m_ctrlPnts.resize(static_cast<size_t>(std::max(0, numCtrlPnts)));
+    m_ctrlPnts.resize(idx(std::max(0, numCtrlPnts)));
     if (allocKnots) {
         m_knotVec.AllocateMemory(std::max(0, degree + numCtrlPnts + 1));
     }
@@ -88,7 +91,7 @@ void YdBSplineCurve::Transform(const YdMatrix& m) {
 void YdBSplineCurve::Reverse() {
     const int n = GetNumOfCtrlPnts();
     for (int i = 1; i <= n / 2; ++i) {
-        std::swap(m_ctrlPnts[static_cast<size_t>(i - 1)], m_ctrlPnts[static_cast<size_t>(n - i)]);
+        std::swap(m_ctrlPnts[idx(i - 1)], m_ctrlPnts[idx(n - i)]);
     }
 
     // A negative degree would index before the first knot.
@@ -101,8 +104,8 @@ void YdBSplineCurve::Reverse() {
     // The bound N / 2 - p is kept as it is: with an even number of interior knots the last
     // pass swaps the middle pair back, and hosts rely on that result.
     for (int i = 1; i <= count / 2 - p; ++i) {
-        const double a = U[static_cast<size_t>(p + i)];
-        U[static_cast<size_t>(p + i)] = 1 - U[static_cast<size_t>(count - p - i - 1)];
-        U[static_cast<size_t>(count - p - i - 1)] = 1 - a;
+        const double a = U[idx(p + i)];
+        U[idx(p + i)] = 1 - U[idx(count - p - i - 1)];
+        U[idx(count - p - i - 1)] = 1 - a;
     }
 }

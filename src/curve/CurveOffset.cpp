@@ -1,3 +1,8 @@
+// Reference: offset curves by transporting the offset vector with the rotation that turns each unit
+// tangent into the next (a discrete rotation-minimising frame, after Bishop, "There is more than
+// one way to frame a curve", 1975) and fitting the offset points; the seam of a closed curve moved
+// by extracting and joining its two pieces.
+//
 // Offset curves (constant distance, offset vector transported along the tangents) and moving the
 // seam of a closed curve.
 
@@ -6,11 +11,14 @@
 #include <cstddef>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -148,7 +156,7 @@ bool YdBSplineCurve::Rotate(double u) {
     // The joint keeps multiplicity p: A's end knots minus one, scaled to r.
     const double joint = m_knotVec.GetKnots().back();
     const std::vector<double>& bKnots = B->m_knotVec.GetKnots();
-    for (std::size_t i = static_cast<std::size_t>(p) + 1; i < bKnots.size(); ++i) {
+    for (std::size_t i = idx(p) + 1; i < bKnots.size(); ++i) {
         m_knotVec.AddKnot(joint + (1.0 - joint) * bKnots[i]);
     }
     m_knotVec.Normalize();

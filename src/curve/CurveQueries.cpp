@@ -1,3 +1,8 @@
+// Reference: arc length by Gauss-Legendre quadrature over the knot spans and by Romberg
+// extrapolation of chord-length sums; point inversion by Newton's method (Piegl and Tiller, The
+// NURBS Book, 2nd ed., section 6.1); the point at an arc length by bisection; the curvature
+// |C' x C''| / |C'|^3 and the Frenet frame of differential geometry.
+//
 // Read-only geometric queries of YdBSplineCurve: arc length, point inversion, the point at a
 // given arc length, curvature, the Frenet frame, the arc-length midpoint and sampling.
 //
@@ -172,6 +177,64 @@ bool WrapParameter(double& u, double umin, double umax) {
     return true;
 }
 
+// Where one start value's Newton iteration ended: the parameter and the distance of the point
+// last evaluated.
+struct NewtonRun {
+    double u;
+    double d;
+};
+
+// The Newton point inversion of P from one start value: at most five steps, stopping when the
+// point is within eps, when the tangent is nearly perpendicular to the difference (the cosine
+// test), or when a step moves the point by at most eps. The parameter is wrapped (closed) or
+// clamped (open) into [umin, umax]. C receives the point last evaluated. After a stop by the
+// step test or by running out of steps the parameter is one update ahead of that point; hosts
+// rely on this pairing, so it is kept.
+NewtonRun InvertFrom(const YdBSplineCurve& c, const YdPoint& P, double start, double umin,
+                     double umax, YdPoint& C) {
+    double uc = start;
+    double d = 1e16;
+    YdVector der[2];
+    for (int step = 0; step < kMaxNewtonSteps; ++step) {
+        yd_detail::EvaluateCurve(c, uc, 2, C, der);
+        const YdVector diff = C - P;
+        d = diff.Magnitude();
+        if (d <= kNewtonEps) {
+            break;
+        }
+        const double num = der[0] % diff;
+        const double speed = der[0].Magnitude();
+        if (std::fabs(num) / (speed * d) <= kNewtonCosTol) {
+            break;
+        }
+        const double denom = der[1] % diff + der[0] % der[0];
+        // A zero denominator (a vanishing first derivative, for instance) would make the
+        // parameter NaN; the start value's iteration ends here instead.
+        if (denom == 0.0) {
+            break;
+        }
+        double uNew = uc - num / denom;
+        if (std::isnan(uNew)) {
+            break;
+        }
+        if (c.IsClosed()) {
+            if (!WrapParameter(uNew, umin, umax)) {
+                break;
+            }
+        } else if (uNew < umin) {
+            uNew = umin;
+        } else if (uNew > umax) {
+            uNew = umax;
+        }
+        if (std::fabs((uNew - uc) * speed) <= kNewtonEps) {
+            uc = uNew;
+            break;
+        }
+        uc = uNew;
+    }
+    return NewtonRun{uc, d};
+}
+
 // Gauss-Legendre length of one piece [t0, t1]: h times the weighted sum of the speed at the
 // mapped abscissae.
 double GaussPiece(const YdBSplineCurve& c, double t0, double t1, const std::vector<double>& nodes,
@@ -327,53 +390,12 @@ bool YdBSplineCurve::FindNearestPoint(const YdPoint& P, double& u, YdPoint& near
     double bestU = 0.0;
     YdPoint bestPoint;
     YdPoint C;
-    YdVector der[2];
     for (int si = 0; si < numStarts; ++si) {
-        double uc = starts[si];
-        double d = 1e16;
-        for (int step = 0; step < kMaxNewtonSteps; ++step) {
-            yd_detail::EvaluateCurve(*this, uc, 2, C, der);
-            const YdVector diff = C - target;
-            d = diff.Magnitude();
-            if (d <= kNewtonEps) {
-                break;
-            }
-            const double num = der[0] % diff;
-            const double speed = der[0].Magnitude();
-            if (std::fabs(num) / (speed * d) <= kNewtonCosTol) {
-                break;
-            }
-            const double denom = der[1] % diff + der[0] % der[0];
-            // A zero denominator (a vanishing first derivative, for instance) would make the
-            // parameter NaN; the start value's iteration ends here instead.
-            if (denom == 0.0) {
-                break;
-            }
-            double uNew = uc - num / denom;
-            if (std::isnan(uNew)) {
-                break;
-            }
-            if (m_closed) {
-                if (!WrapParameter(uNew, umin, umax)) {
-                    break;
-                }
-            } else if (uNew < umin) {
-                uNew = umin;
-            } else if (uNew > umax) {
-                uNew = umax;
-            }
-            if (std::fabs((uNew - uc) * speed) <= kNewtonEps) {
-                uc = uNew;
-                break;
-            }
-            uc = uNew;
-        }
-        // After a stop by the step test or by running out of steps the parameter is one
-        // update ahead of the point last evaluated; hosts rely on this pairing, so it is kept.
-        if (best > d) {
+        const NewtonRun run = InvertFrom(*this, target, starts[si], umin, umax, C);
+        if (best > run.d) {
             found = true;
-            best = d;
-            bestU = uc;
+            best = run.d;
+            bestU = run.u;
             bestPoint = C;
         }
     }

@@ -1,3 +1,6 @@
+// Reference: the parameter a chord distance ahead by Newton's method on the squared distance,
+// started from a first-order Taylor step; densifying by cutting long gaps into equal pieces.
+//
 // The curve fit filter's fields, fitting and the queries a motion controller makes while it
 // travels along the fitted curve: points, directions, radii, lengths and the parameter a given
 // distance ahead.
@@ -8,8 +11,11 @@
 #include <vector>
 
 #include "../curve/CurveEvalKernel.h"
+#include "../geometry/IndexCast.h"
 #include "ChordNewtonSearch.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -25,7 +31,7 @@ YdCurveFitFilter::YdCurveFitFilter(const std::vector<YdPoint>& points)
 
 YdCurveFitFilter::YdCurveFitFilter(const std::vector<YdPoint>& points, int count)
     : preprocess(true), curve(nullptr) {
-    const std::size_t take = std::min(points.size(), static_cast<std::size_t>(std::max(count, 0)));
+    const std::size_t take = std::min(points.size(), idx(std::max(count, 0)));
     fitPoints.assign(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(take));
 }
 
@@ -74,8 +80,7 @@ void YdCurveFitFilter::preprocessFitPoints() {
     }
     double sum = 0.0;
     for (int i = 0; i < n; ++i) {
-        sum += copy[static_cast<std::size_t>(i)].DistanceToPoint(
-            copy[static_cast<std::size_t>(i) + 1]);
+        sum += copy[idx(i)].DistanceToPoint(copy[idx(i) + 1]);
     }
     const double avg = sum / n;
     // Without a positive, finite average gap (all points equal, or gaps so small that the
@@ -83,8 +88,8 @@ void YdCurveFitFilter::preprocessFitPoints() {
     const bool densify = avg > 0.0 && std::isfinite(avg);
     const double limit = avg * 1.5;
     for (int i = 0; i < n; ++i) {
-        const YdPoint& a = copy[static_cast<std::size_t>(i)];
-        const YdPoint& b = copy[static_cast<std::size_t>(i) + 1];
+        const YdPoint& a = copy[idx(i)];
+        const YdPoint& b = copy[idx(i) + 1];
         const double d = b.DistanceToPoint(a);
         if (densify && d > limit) {
             const int k = static_cast<int>(std::ceil(d / avg));

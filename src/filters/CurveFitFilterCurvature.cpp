@@ -1,3 +1,6 @@
+// Reference: extremes of curvature bracketed knot span by knot span, then narrowed by interval
+// reduction (the midpoint compared with two inner points, a dichotomous search).
+//
 // Curvature extremes of the fitted curve: every local maximum and minimum of curvature, found
 // in two stages. The rough stage brackets each extreme, knot span by knot span (plus a small
 // interval around every interior knot, where the curvature of a cubic may have a kink); the
@@ -25,7 +28,10 @@
 #include <utility>
 #include <vector>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -98,11 +104,11 @@ bool CandidateIntervals(const YdBSplineCurve& c, std::vector<Bracket>& out) {
     }
     const long long reserve = (n - 2 * p) * 2;
     if (reserve > 0) {
-        out.reserve(static_cast<std::size_t>(reserve));
+        out.reserve(idx(reserve));
     }
     for (long long i = p; i < n - p - 1; ++i) {
-        const double lo = knots[static_cast<std::size_t>(i)];
-        const double hi = knots[static_cast<std::size_t>(i + 1)];
+        const double lo = knots[idx(i)];
+        const double hi = knots[idx(i + 1)];
         double h = 1e-5;
         if (h > hi - lo) {
             h = (hi - lo) / 3;

@@ -1,3 +1,7 @@
+// Reference: transition curves as cubic Hermite segments in Bezier form (end points and end
+// derivatives; Farin, Curves and Surfaces for CAGD), and constrained approximation or interpolation
+// through given points.
+//
 // Transition curves that join straight moves and fitted curves, and the helpers that continue or
 // split curves. Every curve made here is new and belongs to the caller.
 
@@ -43,43 +47,37 @@ constexpr double kInitialStepTol = 0.0001;
 // after ten or eleven rounds, this only bounds it when the step no longer moves the parameter.
 constexpr int kMaxTangentRounds = 64;
 
-}  // namespace
+// Where the line-and-curve join meets the curve: the parameter and the point the tangent
+// search settles on. ok is false when the curve gives no derivative.
+struct JoinStart {
+    bool ok;
+    double u;
+    YdPoint point;
+};
 
-bool YdCurveFitFilter::fitCurveToConnectLineAndCurve(const YdPoint& lineStart,
-                                                     const YdPoint& lineEnd, YdBSplineCurve* curve,
-                                                     double tolerance, YdPoint& newLineStart,
-                                                     YdPoint& newLineEnd,
-                                                     YdBSplineCurve** transition,
-                                                     YdBSplineCurve** rest) {
-    if (curve == nullptr) {
-        return false;
-    }
-    // Copies, so that out-parameters aliasing the inputs cannot change them half-way.
-    const YdPoint A(lineStart);
-    const YdPoint B(lineEnd);
-
-    const double s = curve->startParam();
-    const double t = curve->endParam();
+// Tangent search over the first half of the curve for the best cosine between the curve's
+// tangent and the chord from lineStart. Every round evaluates at the start parameter, not at
+// u, so the first round decides (u = s, point = C(s)); hosts rely on that join. The initial
+// values give the same answer when no round runs or no cosine can be formed (a curve starting
+// at lineStart, or a zero derivative).
+JoinStart SearchJoinStart(const YdBSplineCurve& curve, const YdPoint& A) {
+    const double s = curve.startParam();
+    const double t = curve.endParam();
     const double mid = (s + t) * 0.5;
     const double step = (mid - s) / 10.0;
     double best = -1.0;
     double u = s;
-
-    // Tangent search. Every round evaluates at the start parameter, not at u, so the first round
-    // decides (bestU = s, bestPoint = C(s)); hosts rely on that join. The initial values give
-    // the same answer when no round runs or no cosine can be formed (a curve starting at
-    // lineStart, or a zero derivative).
     std::vector<YdVector> derivs;
     YdPoint startPoint;
-    if (!curve->Evaluate(s, 1, startPoint, derivs) || derivs.empty()) {
-        return false;
+    if (!curve.Evaluate(s, 1, startPoint, derivs) || derivs.empty()) {
+        return JoinStart{false, s, startPoint};
     }
     double bestU = s;
     YdPoint bestPoint(startPoint);
     for (int round = 0; mid > u && round < kMaxTangentRounds; ++round) {
         YdPoint c0;
-        if (!curve->Evaluate(s, 1, c0, derivs) || derivs.empty()) {
-            return false;
+        if (!curve.Evaluate(s, 1, c0, derivs) || derivs.empty()) {
+            return JoinStart{false, s, startPoint};
         }
         const YdVector v = c0 - A;
         const double c = (v % derivs[0]) / (v.Magnitude() * derivs[0].Magnitude());
@@ -94,34 +92,61 @@ bool YdCurveFitFilter::fitCurveToConnectLineAndCurve(const YdPoint& lineStart,
         }
         u = next;
     }
+    return JoinStart{true, bestU, bestPoint};
+}
 
-    const double d = YdLine(A, bestPoint).DistanceToPoint(B);
+// The transition from `from`, leaving along B - from, to the curve point at u, arriving along
+// the curve's unit tangent scaled to the distance of that point from B. Null when the caller
+// does not want it.
+YdBSplineCurve* JoinTransition(const YdBSplineCurve& curve, double u, const YdPoint& from,
+                               const YdPoint& B, bool wanted) {
+    if (!wanted) {
+        return nullptr;
+    }
+    YdPoint Q;
+    std::vector<YdVector> derivs;
+    curve.Evaluate(u, 1, Q, derivs);
+    const YdVector D = UnitOrZero(derivs[0]) * (Q - B).Magnitude();
+    return YdBSplineCurve::CreateByEndPointsAndTangents(from, Q, B - from, D);
+}
+
+}  // namespace
+
+bool YdCurveFitFilter::fitCurveToConnectLineAndCurve(const YdPoint& lineStart,
+                                                     const YdPoint& lineEnd, YdBSplineCurve* curve,
+                                                     double tolerance, YdPoint& newLineStart,
+                                                     YdPoint& newLineEnd,
+                                                     YdBSplineCurve** transition,
+                                                     YdBSplineCurve** rest) {
+    if (curve == nullptr) {
+        return false;
+    }
+    // Copies, so that out-parameters aliasing the inputs cannot change them half-way.
+    const YdPoint A(lineStart);
+    const YdPoint B(lineEnd);
+    const double s = curve->startParam();
+    const double t = curve->endParam();
+
+    const JoinStart start = SearchJoinStart(*curve, A);
+    if (!start.ok) {
+        return false;
+    }
+    const double d = YdLine(A, start.point).DistanceToPoint(B);
 
     YdBSplineCurve* made = nullptr;
-    double restFrom = bestU;
+    double restFrom = start.u;
     if (d > tolerance && d > 0.0) {
         // The corner at lineEnd is sharper than the tolerance allows: cut the segment back to the
         // fraction r of the way from lineEnd to lineStart and join from there.
         const double r = tolerance / d;
         const YdPoint P = Blend(A, B, r);
-        const double uJ = s + (bestU - s) * r;
-        YdPoint Q;
-        curve->Evaluate(uJ, 1, Q, derivs);
-        const YdVector D = UnitOrZero(derivs[0]) * (Q - B).Magnitude();
-        if (transition != nullptr) {
-            made = YdBSplineCurve::CreateByEndPointsAndTangents(P, Q, B - P, D);
-        }
+        restFrom = s + (start.u - s) * r;
+        made = JoinTransition(*curve, restFrom, P, B, transition != nullptr);
         newLineStart = A;
         newLineEnd = P;
-        restFrom = uJ;
     } else {
         // lineEnd lies within the tolerance of the line: the transition replaces the segment.
-        YdPoint Q;
-        curve->Evaluate(bestU, 1, Q, derivs);
-        const YdVector D = UnitOrZero(derivs[0]) * (Q - B).Magnitude();
-        if (transition != nullptr) {
-            made = YdBSplineCurve::CreateByEndPointsAndTangents(A, Q, B - A, D);
-        }
+        made = JoinTransition(*curve, start.u, A, B, transition != nullptr);
         newLineStart = A;
         newLineEnd = A;
     }

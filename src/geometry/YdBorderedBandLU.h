@@ -63,6 +63,24 @@ class YdBorderedBandLU {
         int Hi() const { return lo + static_cast<int>(band.size()); }
     };
 
+    /// The bookkeeping of one factorisation (defined with it).
+    struct Elimination;
+
+    // The phases of LUDecompose, in the order it runs them.
+    bool ComputeRowScales(std::vector<double>& scale) const;
+    void PrepareElimination(Elimination& e) const;
+    void ActivateRows(Elimination& e, int j) const;
+    int ChoosePivotRow(Elimination& e, int j);
+    int TiePivotRow(const Elimination& e, int j) const;
+    double EliminateCandidate(Row& r, int j, const std::vector<int>& firstReach);
+    double ReducedBandEntry(const Row& r, int c, int kEnd, int from) const;
+    double ReducedBorderEntry(const Row& r, int c, int kEnd) const;
+    void SwapPivotRow(Elimination& e, int j, int imax);
+    double PivotValue(int j) const;
+    void RetirePivotRow(Elimination& e, int j, int imax, bool rowJActive);
+    void ScaleColumn(const Elimination& e, int j, double pivot);
+    void ComputePivotRowU(std::vector<int>& firstReach, int j);
+
     bool PivotsUsable(const std::vector<int>& pivots) const;
     /// Forward and back substitution of one right-hand side in place.
     void SolveInPlace(const std::vector<int>& pivots, double* b) const;

@@ -1,3 +1,6 @@
+// Reference: segment intersection by the closest points of the two carrier lines and by
+// cross-product side tests; projection onto a segment, clamped to its ends.
+
 #include "YdNurbsLib/geometry/YdLineSeg.h"
 
 #include <cmath>

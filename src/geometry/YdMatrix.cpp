@@ -1,3 +1,8 @@
+// Reference: LU factorisation without pivoting (Doolittle) and Crout's method with implicit row
+// scaling and partial pivoting (Press et al., Numerical Recipes, section 2.3); the classical Jacobi
+// eigenvalue method, which rotates away the largest off-diagonal element (Golub and Van Loan,
+// Matrix Computations, section 8.5); rotation matrices by Rodrigues' formula.
+
 #include "YdNurbsLib/geometry/YdMatrix.h"
 
 #include <algorithm>
@@ -5,7 +10,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "IndexCast.h"
 #include "YdNurbsLib/geometry/YdTolerances.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -33,9 +41,7 @@ YdMatrix::YdMatrix(int rows, int cols) : m_nRow(0), m_nCol(0), m_pData(nullptr),
 YdMatrix::YdMatrix(const YdMatrix& m) : m_nRow(0), m_nCol(0), m_pData(nullptr), m_ppRow(nullptr) {
     Allocate(m.m_nRow, m.m_nCol);
     if (m_pData != nullptr) {
-        std::memcpy(
-            m_pData, m.m_pData,
-            static_cast<std::size_t>(m_nRow) * static_cast<std::size_t>(m_nCol) * sizeof(double));
+        std::memcpy(m_pData, m.m_pData, idx(m_nRow) * idx(m_nCol) * sizeof(double));
     }
 }
 
@@ -48,9 +54,7 @@ YdMatrix& YdMatrix::operator=(const YdMatrix& m) {
         Release();
         Allocate(m.m_nRow, m.m_nCol);
         if (m_pData != nullptr) {
-            std::memcpy(m_pData, m.m_pData,
-                        static_cast<std::size_t>(m_nRow) * static_cast<std::size_t>(m_nCol) *
-                            sizeof(double));
+            std::memcpy(m_pData, m.m_pData, idx(m_nRow) * idx(m_nCol) * sizeof(double));
         }
     }
     return *this;
@@ -66,17 +70,17 @@ void YdMatrix::Allocate(int rows, int cols) {
         m_ppRow = nullptr;
         return;
     }
-    const std::size_t count = static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols);
+    const std::size_t count = idx(rows) * idx(cols);
     double* data = new double[count]();
     double** table = nullptr;
     try {
-        table = new double*[static_cast<std::size_t>(rows)];
+        table = new double*[idx(rows)];
     } catch (...) {
         delete[] data;
         throw;
     }
     for (int i = 0; i < rows; ++i) {
-        table[i] = data + static_cast<std::size_t>(i) * static_cast<std::size_t>(cols);
+        table[i] = data + idx(i) * idx(cols);
     }
     m_nRow = rows;
     m_nCol = cols;
@@ -123,9 +127,7 @@ void YdMatrix::Set(int rows, int cols, double* data) {
     // matrix's own elements.
     YdMatrix fresh(rows, cols);
     if (data != nullptr && fresh.m_pData != nullptr) {
-        std::memcpy(fresh.m_pData, data,
-                    static_cast<std::size_t>(fresh.m_nRow) *
-                        static_cast<std::size_t>(fresh.m_nCol) * sizeof(double));
+        std::memcpy(fresh.m_pData, data, idx(fresh.m_nRow) * idx(fresh.m_nCol) * sizeof(double));
     }
     Release();
     m_nRow = fresh.m_nRow;
@@ -233,7 +235,7 @@ bool YdMatrix::GetSolutionAfterLUDecompose(double* b, double* x) {
     }
     const int n = m_nRow;
     double** a = m_ppRow;
-    std::vector<double> y(static_cast<std::size_t>(n));
+    std::vector<double> y(idx(n));
     for (int i = 0; i < n; ++i) {
         double s = b[i];
         for (int k = 0; k < i; ++k) {
@@ -255,14 +257,13 @@ bool YdMatrix::GetSolutionAfterLUDecompose(double* b, double* x) {
 }
 
 bool YdMatrix::GetSolutionAfterLUDecompose(const std::vector<YdPoint>& b, std::vector<YdPoint>& x) {
-    if (m_nRow != m_nCol || b.size() < static_cast<std::size_t>(m_nRow) ||
-        x.size() < static_cast<std::size_t>(m_nRow)) {
+    if (m_nRow != m_nCol || b.size() < idx(m_nRow) || x.size() < idx(m_nRow)) {
         return false;
     }
     const int n = m_nRow;
     double** a = m_ppRow;
     for (int c = 0; c < 3; ++c) {
-        std::vector<double> y(static_cast<std::size_t>(n));
+        std::vector<double> y(idx(n));
         for (int i = 0; i < n; ++i) {
             double s = b[i][c];
             for (int k = 0; k < i; ++k) {
@@ -288,13 +289,13 @@ bool YdMatrix::GetSolutionAfterLUDecompose(const std::vector<YdPoint>& b, std::v
 // Pivoted pair
 
 bool YdMatrix::LUDecompose(std::vector<int>& pivots) {
-    if (m_nRow != m_nCol || pivots.size() < static_cast<std::size_t>(m_nRow)) {
+    if (m_nRow != m_nCol || pivots.size() < idx(m_nRow)) {
         return false;
     }
     const int n = m_nRow;
     double** a = m_ppRow;
 
-    std::vector<double> scale(static_cast<std::size_t>(n));
+    std::vector<double> scale(idx(n));
     for (int i = 0; i < n; ++i) {
         double big = 0.0;
         for (int j = 0; j < n; ++j) {
@@ -353,7 +354,7 @@ namespace {
 
 /// True when the matrix is square and pivots holds n indices in [0, n).
 bool PivotsUsable(int rows, int cols, const std::vector<int>& pivots) {
-    if (rows != cols || pivots.size() < static_cast<std::size_t>(rows)) {
+    if (rows != cols || pivots.size() < idx(rows)) {
         return false;
     }
     for (int i = 0; i < rows; ++i) {
@@ -398,7 +399,7 @@ bool YdMatrix::GetSolutionAfterLUDecompose(const std::vector<int>& pivots, doubl
 
 bool YdMatrix::GetSolutionAfterLUDecompose(const std::vector<int>& pivots,
                                            std::vector<YdPoint>& b) {
-    if (!PivotsUsable(m_nRow, m_nCol, pivots) || b.size() < static_cast<std::size_t>(m_nRow)) {
+    if (!PivotsUsable(m_nRow, m_nCol, pivots) || b.size() < idx(m_nRow)) {
         return false;
     }
     const int n = m_nRow;
@@ -431,12 +432,12 @@ bool YdMatrix::GetSolutionAfterLUDecompose(const std::vector<int>& pivots,
 
 bool YdMatrix::Inverse() {
     YdMatrix lu(*this);
-    std::vector<int> pivots(static_cast<std::size_t>(m_nRow));
+    std::vector<int> pivots(idx(m_nRow));
     if (!lu.LUDecompose(pivots)) {
         return false;
     }
     const int n = m_nRow;
-    std::vector<double> column(static_cast<std::size_t>(n));
+    std::vector<double> column(idx(n));
     for (int c = 0; c < n; ++c) {
         std::fill(column.begin(), column.end(), 0.0);
         column[c] = 1.0;
@@ -457,11 +458,11 @@ YdMatrix YdMatrix::GetNormalMatrix(int* first, int* last, double* maxAbs) {
     std::vector<int> defaultFirst;
     std::vector<int> defaultLast;
     if (first == nullptr) {
-        defaultFirst.assign(static_cast<std::size_t>(n), 0);
+        defaultFirst.assign(idx(n), 0);
         first = defaultFirst.data();
     }
     if (last == nullptr) {
-        defaultLast.assign(static_cast<std::size_t>(n), m - 1);
+        defaultLast.assign(idx(n), m - 1);
         last = defaultLast.data();
     }
     YdMatrix result(n, n);

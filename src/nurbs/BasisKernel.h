@@ -1,5 +1,9 @@
 #pragma once
 
+// Reference: the non-zero B-spline basis functions and their derivatives by the Cox-de Boor
+// recurrence in triangular form (Piegl and Tiller, The NURBS Book, 2nd ed., algorithms A2.2 and
+// A2.3).
+//
 // Internal (not installed): the allocation-free core of the B-spline basis functions. Both
 // YdNurbsHelper::GetBasisFunctionValue and curve evaluation run this one routine, so the two
 // give the same numbers, bit for bit.
@@ -7,6 +11,7 @@
 #include <cstddef>
 #include <memory>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 
 namespace yd_detail {
@@ -134,13 +139,12 @@ class BasisWorkspaceT {
             m_base = m_inline;
         } else {
             // Sized in size_t: the table grows with the square of the degree.
-            const std::size_t q = static_cast<std::size_t>(p) + 1;
-            const std::size_t need = q * q + 4 * q + (static_cast<std::size_t>(nd) + 1) * q;
+            const std::size_t q = idx(p) + 1;
+            const std::size_t need = q * q + 4 * q + (idx(nd) + 1) * q;
             m_heap.reset(new double[need]);
             m_base = m_heap.get();
         }
-        m_result = m_base + (static_cast<std::size_t>(p) + 1) * (static_cast<std::size_t>(p) + 1) +
-                   4 * (static_cast<std::size_t>(p) + 1);
+        m_result = m_base + (idx(p) + 1) * (idx(p) + 1) + 4 * (idx(p) + 1);
     }
     BasisWorkspaceT(const BasisWorkspaceT&) = delete;
     BasisWorkspaceT& operator=(const BasisWorkspaceT&) = delete;

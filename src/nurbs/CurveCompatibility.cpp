@@ -1,3 +1,6 @@
+// Reference: curve compatibility by knot refinement: the union of the knot vectors, inserted knot
+// by knot with Boehm's algorithm (Piegl and Tiller, The NURBS Book, 2nd ed., chapter 5).
+//
 // Bringing curves of one degree onto a common knot vector by knot insertion.
 
 #include <cstddef>

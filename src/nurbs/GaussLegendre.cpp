@@ -1,6 +1,13 @@
+// Reference: Gauss-Legendre quadrature on [-1, 1]: the abscissae and weights of the 2- to 11-point
+// rules to 12 significant digits (Abramowitz and Stegun, Handbook of Mathematical Functions, table
+// 25.4).
+
 #include <cstddef>
 
+#include "../geometry/IndexCast.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -69,15 +76,15 @@ void YdNurbsHelper::GetGaussWeightsAndKnots(int order, std::vector<double>& node
         order = 2;
     }
     const int count = order / 2 + 1;
-    nodes.resize(static_cast<std::size_t>(count));
-    weights.resize(static_cast<std::size_t>(count));
+    nodes.resize(idx(count));
+    weights.resize(idx(count));
     // No rule above 11 points: the vectors are only sized, so fresh ones integrate to 0.
     if (count > 11) {
         return;
     }
     const GaussRule& rule = kRules[count];
     for (int i = 0; i < count; ++i) {
-        nodes[static_cast<std::size_t>(i)] = rule.nodes[i];
-        weights[static_cast<std::size_t>(i)] = rule.weights[i];
+        nodes[idx(i)] = rule.nodes[i];
+        weights[idx(i)] = rule.weights[i];
     }
 }

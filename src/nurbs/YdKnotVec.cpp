@@ -1,8 +1,17 @@
+// Reference: knot span search by bisection (Piegl and Tiller, The NURBS Book, 2nd ed., algorithm
+// A2.1); knots by averaging of parameters for global interpolation and by grouped averaging for
+// least-squares approximation (ibid., chapter 9); merging of knot vectors as for knot refinement
+// (ibid., chapter 5).
+
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+
+#include "../geometry/IndexCast.h"
+
+using yd_detail::idx;
 
 namespace {
 
@@ -18,7 +27,7 @@ bool CountFits(long long count) {
 double MeanOf(const std::vector<double>& params, int first, int last) {
     double sum = 0.0;
     for (int i = first; i <= last; ++i) {
-        sum += params[static_cast<std::size_t>(i)];
+        sum += params[idx(i)];
     }
     return sum / static_cast<double>(last - first + 1);
 }
@@ -27,9 +36,136 @@ double MeanOf(const std::vector<double>& params, int first, int last) {
 double AverageRun(const std::vector<double>& values, int first, int count) {
     double sum = 0.0;
     for (int i = first; i < first + count; ++i) {
-        sum += values[static_cast<std::size_t>(i)];
+        sum += values[idx(i)];
     }
     return sum / static_cast<double>(count);
+}
+
+// The layout of the knots for interpolation with derivative constraints at listed points.
+struct ConstrainedKnotPlan {
+    int m = 0;          // parameters
+    int k = 0;          // constraints
+    int order = 0;      // p + 1
+    int half = 0;       // order / 2
+    int e = 0;          // m + k: position of the first back knot
+    int startMult = 1;  // 2 when the first point carries a constraint
+    int endMult = 1;    // 2 when the last point carries a constraint
+    int a = 0;          // interior points left out at the start
+    int b = 0;          // interior points left out at the end
+    double front = 0.0;
+    double back = 0.0;
+};
+
+ConstrainedKnotPlan PlanConstrainedKnots(const std::vector<double>& params, int m, int p,
+                                         const std::vector<int>& derivIndices) {
+    ConstrainedKnotPlan plan;
+    const int k = static_cast<int>(derivIndices.size());
+    plan.m = m;
+    plan.k = k;
+    plan.order = p + 1;
+    plan.half = plan.order / 2;
+    plan.e = m + k;
+    plan.startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
+    plan.endMult = (k > 0 && derivIndices[idx(k - 1)] == m - 1) ? 2 : 1;
+    plan.a = std::max(0, plan.half - plan.startMult);
+    plan.b = std::max(0, plan.half - plan.endMult);
+    plan.front = params.front();
+    plan.back = params[idx(m - 1)];
+    return plan;
+}
+
+// Writes knots front to back. Interior writes are bounded by the vector: degenerate requests
+// (unsorted or repeated constraint indices) could otherwise run past its end.
+class ConstrainedKnotWriter {
+  public:
+    ConstrainedKnotWriter(std::vector<double>& knots, const std::vector<int>& derivIndices)
+        : m_U(knots.data()),
+          m_size(static_cast<int>(knots.size())),
+          m_indices(derivIndices),
+          m_k(static_cast<int>(derivIndices.size())) {}
+
+    void Put(double value) {
+        if (m_w < m_size) {
+            m_U[m_w] = value;
+        }
+        ++m_w;
+    }
+    // Writes the knot that follows point j; a constrained point doubles it, once for each
+    // constraint listed at j. The constraint cursor stops at the end of the list.
+    void PutAfterPoint(double value, int j) {
+        Put(value);
+        --m_w;
+        while (m_c < m_k && m_indices[idx(m_c)] == j) {
+            ++m_w;
+            if (m_w < m_size) {
+                m_U[m_w] = m_U[m_w - 1];
+            }
+            ++m_c;
+        }
+        ++m_w;
+    }
+    // Passes over the constraint at the first point, which has no interior knot to double.
+    void SkipConstraint() { ++m_c; }
+
+  private:
+    double* m_U;
+    int m_size;
+    const std::vector<int>& m_indices;
+    int m_k;
+    int m_w = 0;  // next position to write
+    int m_c = 0;  // next constraint
+};
+
+// Odd order (even degree): midpoints of neighbouring parameters, with knots spaced evenly
+// towards the neighbour where an end carries a constraint.
+void WriteEvenDegreeInterior(const ConstrainedKnotPlan& pl, const std::vector<double>& params,
+                             ConstrainedKnotWriter& out) {
+    const auto P = [&params](int i) { return params[idx(i)]; };
+    if (pl.startMult > 1) {
+        out.SkipConstraint();
+    }
+    if (pl.startMult - pl.half > 0) {
+        const int cnt = pl.startMult - pl.half;
+        const double step = (P(1) - pl.front) / static_cast<double>(cnt + 1);
+        for (int i = 1; i <= cnt; ++i) {
+            out.Put(pl.front + static_cast<double>(i) * step);
+        }
+    }
+    for (int j = pl.startMult + pl.a; j < pl.m - pl.endMult - pl.b; ++j) {
+        out.PutAfterPoint(0.5 * (P(j) + P(j + 1)), j);
+    }
+    if (pl.endMult - pl.half > 0) {
+        const int cnt = pl.endMult - pl.half;
+        const double step = (pl.back - P(pl.m - 2)) / static_cast<double>(cnt + 1);
+        for (int i = 1; i <= cnt; ++i) {
+            out.Put(P(pl.m - 2) + static_cast<double>(i) * step);
+        }
+    }
+}
+
+// Even order (odd degree): the parameters themselves, with repeated knots between the end
+// and its neighbour where an end carries a constraint.
+void WriteOddDegreeInterior(const ConstrainedKnotPlan& pl, const std::vector<double>& params,
+                            ConstrainedKnotWriter& out) {
+    const auto P = [&params](int i) { return params[idx(i)]; };
+    double s1 = 0.5 * (P(1) + pl.front);
+    double s2 = 0.5 * (P(pl.m - 2) + pl.back);
+    if (s1 == s2) {
+        s1 = (P(1) + 2.0 * pl.front) / 3.0;
+        s2 = (P(pl.m - 2) + 2.0 * pl.back) / 3.0;
+    }
+    if (pl.startMult > 1) {
+        out.SkipConstraint();
+    }
+    for (int i = 0; i < pl.startMult - pl.half; ++i) {
+        out.Put(s1);
+    }
+    for (int j = pl.a + 1; j < pl.m - 1 - pl.b; ++j) {
+        out.PutAfterPoint(P(j), j);
+    }
+    for (int i = 0; i < pl.endMult - pl.half; ++i) {
+        out.Put(s2);
+    }
 }
 
 }  // namespace
@@ -56,7 +192,7 @@ void YdKnotVec::SetKnots(const std::vector<double>& knots) {
 void YdKnotVec::AllocateMemory(int n) {
     m_knots.clear();
     if (n > 0) {
-        m_knots.resize(static_cast<std::size_t>(n), 0.0);
+        m_knots.resize(idx(n), 0.0);
     }
 }
 
@@ -142,11 +278,10 @@ void YdKnotVec::Merge(const YdKnotVec& other, int degree) {
         std::size_t pos = 0;
         if (degree >= 0 &&
             static_cast<long long>(count) >= 2LL * (static_cast<long long>(degree) + 1)) {
-            pos = static_cast<std::size_t>(FindSpan(degree, u)) + 1;
+            pos = idx(FindSpan(degree, u)) + 1;
         } else {
             // No span structure yet: keep the vector sorted, after knots equal to u.
-            pos = static_cast<std::size_t>(std::upper_bound(m_knots.begin(), m_knots.end(), u) -
-                                           m_knots.begin());
+            pos = idx(std::upper_bound(m_knots.begin(), m_knots.end(), u) - m_knots.begin());
         }
         m_knots.insert(m_knots.begin() + static_cast<std::ptrdiff_t>(pos), u);
     }
@@ -170,14 +305,14 @@ void YdKnotVec::Normalize() {
 }
 
 void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bool closed) {
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
     if (m < 1 || p < 1) {
         m_knots.clear();
         return;
     }
     const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
+    const double back = params[idx(m - 1)];
 
     if (!closed) {
         const long long size = static_cast<long long>(m) + p + 1;
@@ -185,7 +320,7 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
             m_knots.clear();
             return;
         }
-        m_knots.resize(static_cast<std::size_t>(size));
+        m_knots.resize(idx(size));
         double* U = m_knots.data();
         for (int i = 0; i <= p; ++i) {
             U[i] = front;
@@ -204,14 +339,14 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
         m_knots.clear();
         return;
     }
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     for (int i = 0; i <= p; ++i) {
         U[i] = front;
         U[m + 2 * p - 1 - i] = back;
     }
     for (int i = 1; i <= m - 2; ++i) {
-        U[i + p] = params[static_cast<std::size_t>(i)];
+        U[i + p] = params[idx(i)];
     }
 }
 
@@ -222,7 +357,7 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
         InterpolateFix(params, degree, false);
         return;
     }
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
     const long long k = static_cast<long long>(derivIndices.size());
     const long long size = static_cast<long long>(m) + k + p + 1;
@@ -231,10 +366,10 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
         return;
     }
     const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
+    const double back = params[idx(m - 1)];
     const int kk = static_cast<int>(k);
 
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     if (kk > 2) {
         // Not a valid request; the slots the rules below leave unwritten get the back value so
@@ -268,21 +403,21 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
     if (n < 1 || p < 1 || !CountFits(size)) {
         return;
     }
-    m_knots.resize(static_cast<std::size_t>(size));
+    m_knots.resize(idx(size));
     double* U = m_knots.data();
     for (int i = 0; i <= p; ++i) {
         U[i] = 0.0;
         U[n + i] = 1.0;
     }
 
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     if (m < 1) {
         // No parameters to place interior knots from: they stay 0.0.
         return;
     }
 
     // Group the m parameters into n groups by rounding a running position.
-    std::vector<double> g(static_cast<std::size_t>(n));
+    std::vector<double> g(idx(n));
     const double d = static_cast<double>(m) / static_cast<double>(n);
     double x = -1.0;
     int prev = 0;
@@ -293,7 +428,7 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
         // parameters than groups it is clamped into range.
         const int first = std::min(prev, m - 1);
         const int last = std::max(first, std::min(k, m - 1));
-        g[static_cast<std::size_t>(j)] = MeanOf(params, first, last);
+        g[idx(j)] = MeanOf(params, first, last);
         prev = k + 1;
     }
 
@@ -307,103 +442,27 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
 
 void YdKnotVec::makeBasis(const std::vector<double>& params, int degree,
                           const std::vector<int>& derivIndices) {
-    const int m = static_cast<int>(std::min(params.size(), static_cast<std::size_t>(INT_MAX)));
+    const int m = static_cast<int>(std::min(params.size(), idx(INT_MAX)));
     const int p = degree;
-    const long long kLong = static_cast<long long>(derivIndices.size());
-    const long long size = static_cast<long long>(m) + kLong + p + 1;
+    const long long size =
+        static_cast<long long>(m) + static_cast<long long>(derivIndices.size()) + p + 1;
     m_knots.clear();
     if (m < 2 || p < 0 || !CountFits(size)) {
         return;
     }
-    const int k = static_cast<int>(kLong);
-    const int order = p + 1;
-    const int half = order / 2;
-    const int e = m + k;
-    const int startMult = (k > 0 && derivIndices[0] == 0) ? 2 : 1;
-    const int endMult = (k > 0 && derivIndices[static_cast<std::size_t>(k - 1)] == m - 1) ? 2 : 1;
-    const double front = params.front();
-    const double back = params[static_cast<std::size_t>(m - 1)];
-    const auto P = [&params](int i) { return params[static_cast<std::size_t>(i)]; };
-
-    m_knots.assign(static_cast<std::size_t>(size), 0.0);
-    double* U = m_knots.data();
-    // Interior writes are bounded by the vector: degenerate requests (unsorted or repeated
-    // constraint indices) could otherwise run past its end.
-    int w = 0;
-    const auto put = [&](double value) {
-        if (w < static_cast<int>(size)) {
-            U[w] = value;
-        }
-        ++w;
-    };
-    // A constrained point doubles the knot that follows it. The cursor stops at the end of the
-    // constraint list.
-    int c = 0;
-    const auto doubleForConstraints = [&](int j) {
-        while (c < k && derivIndices[static_cast<std::size_t>(c)] == j) {
-            ++w;
-            if (w < static_cast<int>(size)) {
-                U[w] = U[w - 1];
-            }
-            ++c;
-        }
-    };
-
-    for (int i = 0; i < order; ++i) {
-        put(front);
+    const ConstrainedKnotPlan plan = PlanConstrainedKnots(params, m, p, derivIndices);
+    m_knots.assign(idx(size), 0.0);
+    ConstrainedKnotWriter out(m_knots, derivIndices);
+    for (int i = 0; i < plan.order; ++i) {
+        out.Put(plan.front);
     }
-    const int a = std::max(0, half - startMult);
-    const int b = std::max(0, half - endMult);
-
-    if (order % 2 == 1) {
-        if (startMult > 1) {
-            ++c;
-        }
-        if (startMult - half > 0) {
-            const int cnt = startMult - half;
-            const double step = (P(1) - front) / static_cast<double>(cnt + 1);
-            for (int i = 1; i <= cnt; ++i) {
-                put(front + static_cast<double>(i) * step);
-            }
-        }
-        for (int j = startMult + a; j < m - endMult - b; ++j) {
-            put(0.5 * (P(j) + P(j + 1)));
-            --w;
-            doubleForConstraints(j);
-            ++w;
-        }
-        if (endMult - half > 0) {
-            const int cnt = endMult - half;
-            const double step = (back - P(m - 2)) / static_cast<double>(cnt + 1);
-            for (int i = 1; i <= cnt; ++i) {
-                put(P(m - 2) + static_cast<double>(i) * step);
-            }
-        }
+    if (plan.order % 2 == 1) {
+        WriteEvenDegreeInterior(plan, params, out);
     } else {
-        double s1 = 0.5 * (P(1) + front);
-        double s2 = 0.5 * (P(m - 2) + back);
-        if (s1 == s2) {
-            s1 = (P(1) + 2.0 * front) / 3.0;
-            s2 = (P(m - 2) + 2.0 * back) / 3.0;
-        }
-        if (startMult > 1) {
-            ++c;
-        }
-        for (int i = 0; i < startMult - half; ++i) {
-            put(s1);
-        }
-        for (int j = a + 1; j < m - 1 - b; ++j) {
-            put(P(j));
-            --w;
-            doubleForConstraints(j);
-            ++w;
-        }
-        for (int i = 0; i < endMult - half; ++i) {
-            put(s2);
-        }
+        WriteOddDegreeInterior(plan, params, out);
     }
-
-    for (int i = 0; i < order; ++i) {
-        U[e + i] = back;
+    double* U = m_knots.data();
+    for (int i = 0; i < plan.order; ++i) {
+        U[plan.e + i] = plan.back;
     }
 }

@@ -1,8 +1,14 @@
+// Reference: chord-length parameterisation of points (Piegl and Tiller, The NURBS Book, 2nd ed.,
+// chapter 9); the basis functions through the Cox-de Boor kernel.
+
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
 
 #include <algorithm>
 
+#include "../geometry/IndexCast.h"
 #include "BasisKernel.h"
+
+using yd_detail::idx;
 
 void YdNurbsHelper::GetBasisFunctionValue(const YdKnotVec& knots, int degree, int numDerivs,
                                           double u, std::vector<std::vector<double>>& ders,
@@ -18,9 +24,9 @@ void YdNurbsHelper::GetBasisFunctionValue(const YdKnotVec& knots, int degree, in
     const int q = degree + 1;
 
     // The rows keep their capacity from call to call; every entry is rewritten below.
-    ders.resize(static_cast<size_t>(nd) + 1);
+    ders.resize(idx(nd) + 1);
     for (std::vector<double>& row : ders) {
-        row.assign(static_cast<size_t>(q), 0.0);
+        row.assign(idx(q), 0.0);
     }
 
     // A knot vector too short to hold one span for this degree would make the span search
@@ -36,7 +42,7 @@ void YdNurbsHelper::GetBasisFunctionValue(const YdKnotVec& knots, int degree, in
                                ws.Result());
     const double* res = ws.Result();
     for (int k = 0; k <= nd; ++k) {
-        std::copy(res + k * q, res + (k + 1) * q, ders[static_cast<size_t>(k)].begin());
+        std::copy(res + k * q, res + (k + 1) * q, ders[idx(k)].begin());
     }
 }
 

@@ -9,46 +9,18 @@
 #include <memory>
 #include <random>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "YdDenseReference.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+#include "YdTestAccess.h"
+#include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
 using TangentList = std::vector<std::pair<int, YdVector>>;
-
-struct YdBSplineCurveTestAccess {
-    static std::vector<double>& Params(YdBSplineCurve& c) { return c.m_pointParams; }
-    static bool FitOpen(YdBSplineCurve& c, int n, const std::vector<int>& idx, bool keep,
-                        double lambda) {
-        return c.LeastSquareFitOpen(n, idx, keep, lambda);
-    }
-    static bool FitOpen(YdBSplineCurve& c, int n, const TangentList& t, const std::vector<int>& idx,
-                        bool keep, double lambda) {
-        return c.LeastSquareFitOpen(n, t, idx, keep, lambda);
-    }
-    static bool FitClosed(YdBSplineCurve& c, int n, const std::vector<int>& idx, bool keep,
-                          double lambda) {
-        return c.LeastSquareFitClosed(n, idx, keep, lambda);
-    }
-    static bool FitClosed(YdBSplineCurve& c, int n, const TangentList& t,
-                          const std::vector<int>& idx, bool keep, double lambda) {
-        return c.LeastSquareFitClosed(n, t, idx, keep, lambda);
-    }
-    static bool FitSpecial(YdBSplineCurve& c, int n, const TangentList& t,
-                           const std::vector<int>& idx) {
-        return c.LeastSquareFitSpecial(n, t, idx);
-    }
-    static void ErrorMatrix(YdBSplineCurve& c, YdMatrix& N, int* first, int* last, int n) {
-        c.CalucalteErrorMatrix(N, first, last, n);
-    }
-    static void Energy(YdBSplineCurve& c, int r, YdMatrix& K, double& maxAbs) {
-        c.CalculateEnergyMatrix(r, K, maxAbs);
-    }
-};
 
 using Access = YdBSplineCurveTestAccess;
 
@@ -56,26 +28,10 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 
-// A three-petal rose about 100 units across with a gentle z wave, as an open path over
-// the angle range [0, sweep), optionally with uniform noise of the given amplitude.
-std::vector<YdPoint> RosePath(int m, double sweep = 0.9 * kPi, double noise = 0.0,
-                              unsigned seed = 7) {
-    std::mt19937 rng(seed);
-    std::uniform_real_distribution<double> jitter(-noise, noise);
-    std::vector<YdPoint> pts;
-    for (int i = 0; i < m; ++i) {
-        const double t = sweep * i / (m - 1);
-        const double r = 50.0 * std::cos(3.0 * t);
-        YdPoint p(r * std::cos(t), r * std::sin(t), 2.0 * std::sin(2.0 * t));
-        if (noise > 0.0) {
-            p[0] += jitter(rng);
-            p[1] += jitter(rng);
-            p[2] += jitter(rng);
-        }
-        pts.push_back(p);
-    }
-    return pts;
-}
+using ydtest::CirclePoints;
+using ydtest::DenseMaxSquaredDistance;
+using ydtest::RosePath;
+using ydtest::SearchMaxSquaredError;
 
 // A helix-like open path of the given number of turns.
 std::vector<YdPoint> HelixPath(int m, double turns = 2.0) {
@@ -97,100 +53,10 @@ std::vector<YdPoint> ClosedPath(int m, double wave = 1.0) {
     return pts;
 }
 
-std::vector<YdPoint> CirclePoints(int m, double radius) {
-    std::vector<YdPoint> pts;
-    for (int i = 0; i < m; ++i) {
-        const double t = 2.0 * kPi * i / m;
-        pts.emplace_back(radius * std::cos(t), radius * std::sin(t), 0.0);
-    }
-    return pts;
-}
-
 YdBSplineCurve MakeWorkingCurve(const std::vector<YdPoint>& pts, bool closed) {
     YdBSplineCurve c(pts, 3, closed);
     YdNurbsHelper::Parameterize(pts, closed, Access::Params(c));
     return c;
-}
-
-// The largest squared distance as the search measures it: nearest point from each point's
-// own parameter.
-double SearchError(const YdBSplineCurve& c, const std::vector<YdPoint>& pts) {
-    double maxErr = 0.0;
-    for (std::size_t i = 0; i < pts.size(); ++i) {
-        double u0 = c.GetPointParam(static_cast<int>(i));
-        double u = 0.0;
-        YdPoint q;
-        if (c.FindNearestPoint(pts[i], u, q, &u0)) {
-            maxErr = std::max(maxErr, pts[i].SquareDistanceToPoint(q));
-        }
-    }
-    return maxErr;
-}
-
-// The largest squared distance from the points to the curve, measured without the curve's
-// own point inversion: dense sampling (bucketed in space), then a golden-section refinement
-// around the closest sample. Returns infinity when a point has no sample within `reach`.
-double SampledError(const YdBSplineCurve& c, const std::vector<YdPoint>& pts, double reach,
-                    int samples = 20000) {
-    const double a = c.startParam();
-    const double b = c.endParam();
-    std::vector<double> us(static_cast<std::size_t>(samples) + 1);
-    std::vector<YdPoint> ps(us.size());
-    for (int i = 0; i <= samples; ++i) {
-        us[static_cast<std::size_t>(i)] = a + (b - a) * i / samples;
-        ps[static_cast<std::size_t>(i)] = c.Evaluate(us[static_cast<std::size_t>(i)]);
-    }
-    const double cell = reach;
-    auto key = [cell](double x, double y, double z) {
-        const long long ix = static_cast<long long>(std::floor(x / cell)) & 0x1fffff;
-        const long long iy = static_cast<long long>(std::floor(y / cell)) & 0x1fffff;
-        const long long iz = static_cast<long long>(std::floor(z / cell)) & 0x1fffff;
-        return (ix << 42) | (iy << 21) | iz;
-    };
-    std::unordered_map<long long, std::vector<int>> grid;
-    for (std::size_t i = 0; i < ps.size(); ++i) {
-        grid[key(ps[i][0], ps[i][1], ps[i][2])].push_back(static_cast<int>(i));
-    }
-    double worst = 0.0;
-    for (const YdPoint& p : pts) {
-        int best = -1;
-        double bestD2 = std::numeric_limits<double>::infinity();
-        for (int dx = -1; dx <= 1; ++dx) {
-            for (int dy = -1; dy <= 1; ++dy) {
-                for (int dz = -1; dz <= 1; ++dz) {
-                    auto it = grid.find(key(p[0] + dx * cell, p[1] + dy * cell, p[2] + dz * cell));
-                    if (it == grid.end()) {
-                        continue;
-                    }
-                    for (int s : it->second) {
-                        const double d2 = p.SquareDistanceToPoint(ps[static_cast<std::size_t>(s)]);
-                        if (d2 < bestD2) {
-                            bestD2 = d2;
-                            best = s;
-                        }
-                    }
-                }
-            }
-        }
-        if (best < 0) {
-            return std::numeric_limits<double>::infinity();
-        }
-        double lo = us[static_cast<std::size_t>(std::max(best - 1, 0))];
-        double hi = us[static_cast<std::size_t>(std::min(best + 1, samples))];
-        const double g = (std::sqrt(5.0) - 1.0) / 2.0;
-        for (int it = 0; it < 80; ++it) {
-            const double x1 = hi - g * (hi - lo);
-            const double x2 = lo + g * (hi - lo);
-            if (p.SquareDistanceToPoint(c.Evaluate(x1)) < p.SquareDistanceToPoint(c.Evaluate(x2))) {
-                hi = x2;
-            } else {
-                lo = x1;
-            }
-        }
-        const double refined = p.SquareDistanceToPoint(c.Evaluate(0.5 * (lo + hi)));
-        worst = std::max(worst, std::min(refined, bestD2));
-    }
-    return worst;
 }
 
 YdVector Derivative(const YdBSplineCurve& c, double u, int order) {
@@ -378,7 +244,7 @@ YdBSplineCurve* ReferenceSearch(const std::vector<YdPoint>& pts, const std::vect
         YdBSplineCurve* trial = YdBSplineCurve::CreateApproximateCurve(pts, idx, mid, closed);
         bool within = false;
         if (trial != nullptr) {
-            const double err = SearchError(*trial, pts);
+            const double err = SearchMaxSquaredError(*trial, pts);
             within = tol > err;
             candidates.emplace_back(trial, err);
         }
@@ -480,7 +346,7 @@ TEST(CurveApproximation, FiveCollinearEvenPointsGiveSmallestCountThroughEnds) {
     EXPECT_EQ(c->GetNumOfCtrlPnts(), 5);
     EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.0), pts.front(), 1e-12));
     EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(1.0), pts.back(), 1e-12));
-    EXPECT_LT(SearchError(*c, pts), 1e-6);
+    EXPECT_LT(SearchMaxSquaredError(*c, pts), 1e-6);
     // A line is fitted exactly: every control point lies on it.
     for (const YdPoint& q : c->CtrlPoints()) {
         EXPECT_NEAR(q[1], 1.0, 1e-12);
@@ -533,7 +399,7 @@ TEST(CurveApproximation, ToleranceZeroReturnsLeastErrorCandidate) {
     for (int n : {12, 16, 18, 19, 20}) {
         YdBSplineCurve* t = YdBSplineCurve::CreateApproximateCurve(pts, {0, 19}, n, false);
         ASSERT_NE(t, nullptr) << "n = " << n;
-        const double e = SearchError(*t, pts);
+        const double e = SearchMaxSquaredError(*t, pts);
         if (e < bestErr) {
             bestErr = e;
             bestCount = n;
@@ -541,7 +407,7 @@ TEST(CurveApproximation, ToleranceZeroReturnsLeastErrorCandidate) {
         delete t;
     }
     EXPECT_EQ(c->GetNumOfCtrlPnts(), bestCount);
-    EXPECT_EQ(SearchError(*c, pts), bestErr);
+    EXPECT_EQ(SearchMaxSquaredError(*c, pts), bestErr);
     delete c;
 }
 
@@ -695,7 +561,7 @@ TEST(CurveApproximation, FiveHundredWithinToleranceIsNeverTaken) {
     for (int n : visited) {
         YdBSplineCurve* t = YdBSplineCurve::CreateApproximateCurve(pts, idx, n, false);
         ASSERT_NE(t, nullptr) << "n = " << n;
-        err.push_back(SearchError(*t, pts));
+        err.push_back(SearchMaxSquaredError(*t, pts));
         delete t;
     }
     const double err500 = err.back();
@@ -720,7 +586,7 @@ TEST(CurveApproximation, NothingChosenWhenOnlyFiveHundredMeetsToleranceAndMisses
     for (int n : visited) {
         YdBSplineCurve* t = YdBSplineCurve::CreateApproximateCurve(pts, idx, n, false);
         ASSERT_NE(t, nullptr) << "n = " << n;
-        err.push_back(SearchError(*t, pts));
+        err.push_back(SearchMaxSquaredError(*t, pts));
         delete t;
     }
     const double err500 = err.back();
@@ -1050,8 +916,8 @@ TEST(CurveApproximation, OpenFitsMeetToleranceThroughEndsWithTheSmallestCount) {
         YdBSplineCurve* c = YdBSplineCurve::CreateApproximateCurve(k.pts, false, k.tol);
         ASSERT_NE(c, nullptr) << "m = " << m;
         const int n = c->GetNumOfCtrlPnts();
-        EXPECT_LT(SearchError(*c, k.pts), k.tol) << "m = " << m;
-        EXPECT_LT(SampledError(*c, k.pts, 1.0), k.tol) << "m = " << m << ", n = " << n;
+        EXPECT_LT(SearchMaxSquaredError(*c, k.pts), k.tol) << "m = " << m;
+        EXPECT_LT(DenseMaxSquaredDistance(*c, k.pts, 1.0), k.tol) << "m = " << m << ", n = " << n;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.0), k.pts.front(), 1e-9)) << "m = " << m;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(1.0), k.pts.back(), 1e-9)) << "m = " << m;
         // One control point fewer misses the tolerance (5 itself is only tried for m <= 6).
@@ -1059,7 +925,8 @@ TEST(CurveApproximation, OpenFitsMeetToleranceThroughEndsWithTheSmallestCount) {
             YdBSplineCurve* fewer =
                 YdBSplineCurve::CreateApproximateCurve(k.pts, {0, m - 1}, n - 1, false);
             if (fewer != nullptr) {
-                EXPECT_GE(SearchError(*fewer, k.pts), k.tol) << "m = " << m << ", n = " << n;
+                EXPECT_GE(SearchMaxSquaredError(*fewer, k.pts), k.tol)
+                    << "m = " << m << ", n = " << n;
                 delete fewer;
             }
         }
@@ -1084,8 +951,8 @@ TEST(CurveApproximation, ClosedFitsMeetToleranceAndCloseSmoothly) {
         ASSERT_NE(c, nullptr) << "m = " << m;
         const int n = c->GetNumOfCtrlPnts();
         EXPECT_TRUE(c->IsClosed());
-        EXPECT_LT(SearchError(*c, pts), tol) << "m = " << m;
-        EXPECT_LT(SampledError(*c, pts, 1.0), tol) << "m = " << m;
+        EXPECT_LT(SearchMaxSquaredError(*c, pts), tol) << "m = " << m;
+        EXPECT_LT(DenseMaxSquaredDistance(*c, pts, 1.0), tol) << "m = " << m;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.0), pts.front(), 1e-9)) << "m = " << m;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(c->GetPointParam(m - 1)), pts.back(), 1e-9))
             << "m = " << m;
@@ -1147,7 +1014,7 @@ TEST(CurveApproximation, FixedCountFitIsOneTrialWithoutErrorCheck) {
     EXPECT_EQ(c->GetNumOfCtrlPnts(), 9);
     EXPECT_EQ(c->KnotVec().GetCount(), 13);
     // Far too few control points for the rose: the error is large, and that is accepted.
-    EXPECT_GT(SearchError(*c, pts), 1.0);
+    EXPECT_GT(SearchMaxSquaredError(*c, pts), 1.0);
     delete c;
 }
 
@@ -1156,7 +1023,7 @@ TEST(CurveApproximation, FitOnGivenKnotsIsReturnedOnlyWithinTolerance) {
     YdBSplineCurve* free = YdBSplineCurve::CreateApproximateCurve(pts, false, 1e-4);
     ASSERT_NE(free, nullptr);
     const std::vector<double> knots = free->KnotVec().GetKnots();
-    const double err = SearchError(*free, pts);
+    const double err = SearchMaxSquaredError(*free, pts);
 
     YdBSplineCurve* same =
         YdBSplineCurve::CreateApproximateCurveWithKnot(pts, knots, {0, 399}, false, 1e-4);
@@ -1223,7 +1090,7 @@ TEST(CurveApproximation, DuplicatePointsStillFit) {
     }
     YdBSplineCurve* c = YdBSplineCurve::CreateApproximateCurve(pts, false, 1e-4);
     ASSERT_NE(c, nullptr);
-    EXPECT_LT(SampledError(*c, pts, 1.0), 1e-4);
+    EXPECT_LT(DenseMaxSquaredDistance(*c, pts, 1.0), 1e-4);
     delete c;
 }
 
@@ -1323,9 +1190,9 @@ TEST(CurveApproximation, RealToolPathsAreFittedWithinTolerance) {
         ASSERT_NE(c, nullptr) << name;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(0.0), pts.front(), 1e-9)) << name;
         EXPECT_TRUE(ydtest::PointsNear(c->Evaluate(1.0), pts.back(), 1e-9)) << name;
-        if (SearchError(*c, pts) < tol) {
+        if (SearchMaxSquaredError(*c, pts) < tol) {
             ++within;
-            EXPECT_LT(SampledError(*c, pts, 0.5, 100000), tol)
+            EXPECT_LT(DenseMaxSquaredDistance(*c, pts, 0.5, 100000), tol)
                 << name << ", n = " << c->GetNumOfCtrlPnts();
         }
         delete c;

@@ -9,15 +9,8 @@
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
-
-struct YdBSplineCurveTestAccess {
-    static void DetermineKnotVector(YdBSplineCurve& c, bool interpolate) {
-        c.DetermineKnotVector(interpolate);
-    }
-    static std::vector<double>& Params(YdBSplineCurve& c) { return c.m_pointParams; }
-    static int& Degree(YdBSplineCurve& c) { return c.m_degree; }
-};
 
 namespace {
 

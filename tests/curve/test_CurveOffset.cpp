@@ -10,6 +10,7 @@
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
 namespace {
@@ -24,19 +25,10 @@ YdKnotVec Knots(const std::vector<double>& k) {
     return kv;
 }
 
-std::vector<YdPoint> CirclePoints(double radius, int count, bool counterClockwise) {
-    std::vector<YdPoint> pts;
-    for (int i = 0; i < count; ++i) {
-        const double a = 2.0 * kPi * i / count * (counterClockwise ? 1.0 : -1.0);
-        pts.emplace_back(radius * std::cos(a), radius * std::sin(a), 0.0);
-    }
-    return pts;
-}
-
 // A closed cubic fitted to a circle of the given radius about the origin in the xy plane.
 CurvePtr FittedCircle(double radius, bool counterClockwise = true) {
     return CurvePtr(YdBSplineCurve::CreateApproximateCurve(
-        CirclePoints(radius, 48, counterClockwise), true, 1e-8));
+        ydtest::CirclePoints(48, radius, counterClockwise), true, 1e-8));
 }
 
 // An open cubic that is not closed and not planar.

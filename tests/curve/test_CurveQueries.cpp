@@ -11,24 +11,19 @@
 #include <vector>
 
 #include "YdAllocationCounter.h"
+#include "YdDenseReference.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdFrame.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
 #include "YdNurbsLib/nurbs/YdNurbsHelper.h"
+#include "YdTestAccess.h"
 #include "YdTestCurves.h"
 #include "YdTestSupport.h"
 
 // Point inversion and curvature sit on hot paths: this program counts heap allocations
 // through replaced global allocation functions to show that they make none.
-
-struct YdBSplineCurveTestAccess {
-    static void DetermineUInitial(const YdBSplineCurve& c, const YdPoint& P,
-                                  std::vector<double>& starts) {
-        c.DetermineUInitial(P, starts);
-    }
-};
 
 namespace {
 
@@ -37,6 +32,7 @@ using ydtest::VectorsNear;
 
 constexpr double kPi = 3.14159265358979323846;
 
+using ydtest::CirclePoints;
 using ydtest::MakeCurve;
 using ydtest::RandomCubic;
 
@@ -76,51 +72,8 @@ YdBSplineCurve StraightCubic() {
     return MakeCurve(ctrl, {0.3, 0.55}, 3);
 }
 
-std::vector<YdPoint> CirclePoints(double R, int count) {
-    std::vector<YdPoint> pts;
-    for (int i = 0; i < count; ++i) {
-        const double t = 2.0 * kPi * i / count;
-        pts.emplace_back(R * std::cos(t), R * std::sin(t), 0.0);
-    }
-    return pts;
-}
-
 double Distance(const YdPoint& a, const YdPoint& b) {
     return (a - b).Magnitude();
-}
-
-// The nearest curve parameter by dense sampling, refined by golden-section search.
-double BruteForceNearest(const YdBSplineCurve& c, const YdPoint& P, double& uBest) {
-    const int samples = 20000;
-    double best = std::numeric_limits<double>::infinity();
-    uBest = 0.0;
-    for (int i = 0; i <= samples; ++i) {
-        const double u = static_cast<double>(i) / samples;
-        const double d = Distance(c.Evaluate(u), P);
-        if (d < best) {
-            best = d;
-            uBest = u;
-        }
-    }
-    double lo = std::max(0.0, uBest - 1.0 / samples);
-    double hi = std::min(1.0, uBest + 1.0 / samples);
-    const double g = 0.5 * (std::sqrt(5.0) - 1.0);
-    for (int it = 0; it < 80; ++it) {
-        const double m1 = hi - g * (hi - lo);
-        const double m2 = lo + g * (hi - lo);
-        if (Distance(c.Evaluate(m1), P) < Distance(c.Evaluate(m2), P)) {
-            hi = m2;
-        } else {
-            lo = m1;
-        }
-    }
-    const double u = 0.5 * (lo + hi);
-    const double d = Distance(c.Evaluate(u), P);
-    if (d < best) {
-        best = d;
-        uBest = u;
-    }
-    return best;
 }
 
 // First and second derivatives by central differences of the curve points.
@@ -147,7 +100,7 @@ class CircleCurve : public ::testing::Test {
     static constexpr int kPoints = 96;
 
     void SetUp() override {
-        circle_.reset(YdBSplineCurve::CreateInterpolateCurve(CirclePoints(kRadius, kPoints), true));
+        circle_.reset(YdBSplineCurve::CreateInterpolateCurve(CirclePoints(kPoints, kRadius), true));
         ASSERT_NE(circle_, nullptr);
         ASSERT_TRUE(circle_->IsClosed());
         // How far the interpolant strays from the true circle: the yardstick of the checks.
@@ -677,8 +630,9 @@ TEST(CurveNearestPoint, AgreesWithBruteForceOnRandomPoints) {
             double u = -1.0;
             YdPoint nearest;
             ASSERT_TRUE(c.FindNearestPoint(P, u, nearest));
-            double uRef = 0.0;
-            const double dRef = BruteForceNearest(c, P, uRef);
+            const ydtest::CurvePointNearest ref = ydtest::DenseNearestPoint(c, P);
+            const double uRef = ref.u;
+            const double dRef = ref.distance;
             const double dFound = Distance(P, nearest);
             // The stopping cosine 0.0354 bounds the excess distance by about 6.3e-4 of it.
             EXPECT_LE(dFound, dRef * (1.0 + 1e-3) + 1e-9)
@@ -707,7 +661,7 @@ TEST(CurveNearestPoint, FollowsTheNewtonSchemeExactly) {
     curves.push_back(SmoothCurve(rng, 14));
     curves.push_back(std::make_unique<YdBSplineCurve>(RandomCubic(rng, 12)));
     curves.push_back(std::unique_ptr<YdBSplineCurve>(
-        YdBSplineCurve::CreateInterpolateCurve(CirclePoints(6.0, 24), true)));
+        YdBSplineCurve::CreateInterpolateCurve(CirclePoints(24, 6.0), true)));
     int lagging = 0;
     int queries = 0;
     for (std::size_t ci = 0; ci < curves.size(); ++ci) {
@@ -772,8 +726,7 @@ TEST_F(CircleCurve, NearestPointAgreesWithBruteForceAroundSeam) {
         double u = -1.0;
         YdPoint nearest;
         ASSERT_TRUE(circle_->FindNearestPoint(P, u, nearest));
-        double uRef = 0.0;
-        const double dRef = BruteForceNearest(*circle_, P, uRef);
+        const double dRef = ydtest::DenseNearestPoint(*circle_, P).distance;
         EXPECT_LE(Distance(P, nearest), dRef * (1.0 + 1e-3) + 1e-9) << "query " << q;
         EXPECT_GE(Distance(P, nearest), dRef - 1e-9) << "query " << q;
         // The angle of the foot point is the angle of the query point.

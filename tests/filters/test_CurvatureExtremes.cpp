@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "YdAllocationCounter.h"
+#include "YdDenseReference.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
 
 // The curvature searches evaluate thousands of curvatures per span; this program counts heap
@@ -23,40 +25,6 @@
 
 using Bracket = std::pair<double, double>;
 using BracketList = std::vector<Bracket>;
-
-struct YdCurveFitFilterTestAccess {
-    static bool RoughMax(YdCurveFitFilter& f, BracketList& b) { return f.roughSearchLocaMaxCvt(b); }
-    static bool RoughMin(YdCurveFitFilter& f, BracketList& b) { return f.roughSearchLocaMinCvt(b); }
-    static bool ExactMax(YdCurveFitFilter& f, const BracketList& b) {
-        return f.exzactSearchLocalMaxCvt(b);
-    }
-    static bool ExactMin(YdCurveFitFilter& f, const BracketList& b) {
-        return f.exzactSearchLocalMinCvt(b);
-    }
-    static bool ShrinkMax(YdCurveFitFilter& f, const Bracket& r, Bracket& out, bool fwd) {
-        return f.shrinkRangeForFindingLocalMaxCvt(r, out, fwd);
-    }
-    static bool ShrinkMin(YdCurveFitFilter& f, const Bracket& r, Bracket& out, bool fwd) {
-        return f.shrinkRangeForFindingLocalMinCvt(r, out, fwd);
-    }
-    static bool FromExtremesMax(YdCurveFitFilter& f, const BracketList& e, double& k, double& u) {
-        return f.findMaxCurvatureFromExtremes(e, k, u);
-    }
-    static bool FromExtremesMin(YdCurveFitFilter& f, const BracketList& e, double& k, double& u) {
-        return f.findMinCurvatureFromExtremes(e, k, u);
-    }
-    static bool ComputeMax(YdCurveFitFilter& f) { return f.computeLocalMaxCurvature(); }
-    static const std::map<double, double>& MaxMap(const YdCurveFitFilter& f) {
-        return f.localMaxCurvatures;
-    }
-    static const std::map<double, double>& MinMap(const YdCurveFitFilter& f) {
-        return f.localMinCurvatures;
-    }
-    static bool ComputeMin(YdCurveFitFilter& f) { return f.computeLocalMinCurvature(); }
-    static std::map<double, double>& MutableMaxMap(YdCurveFitFilter& f) {
-        return f.localMaxCurvatures;
-    }
-};
 
 namespace {
 
@@ -114,51 +82,10 @@ std::unique_ptr<YdBSplineCurve> StraightLine() {
                       YdPoint(3, 0, 0)});
 }
 
-// Refines an extreme of the oracle inside [lo, hi] by golden-section search.
-double Refine(const YdBSplineCurve& c, double lo, double hi, bool maximum) {
-    const double g = (std::sqrt(5.0) - 1) / 2;
-    double x1 = hi - g * (hi - lo);
-    double x2 = lo + g * (hi - lo);
-    double f1 = Kappa(c, x1);
-    double f2 = Kappa(c, x2);
-    for (int i = 0; i < 200 && hi - lo > 1e-12; ++i) {
-        const bool keepLeft = maximum ? (f1 > f2) : (f1 < f2);
-        if (keepLeft) {
-            hi = x2;
-            x2 = x1;
-            f2 = f1;
-            x1 = hi - g * (hi - lo);
-            f1 = Kappa(c, x1);
-        } else {
-            lo = x1;
-            x1 = x2;
-            f1 = f2;
-            x2 = lo + g * (hi - lo);
-            f2 = Kappa(c, x2);
-        }
-    }
-    return (lo + hi) / 2;
-}
-
 // The interior local extremes of curvature found by dense sampling and refined.
 std::vector<double> DenseExtremes(const YdBSplineCurve& c, bool maximum, int n = 20000) {
-    const double a = c.startParam();
-    const double b = c.endParam();
-    std::vector<double> u(static_cast<std::size_t>(n) + 1);
-    std::vector<double> k(u.size());
-    for (int i = 0; i <= n; ++i) {
-        u[static_cast<std::size_t>(i)] = a + (b - a) * i / n;
-        k[static_cast<std::size_t>(i)] = Kappa(c, u[static_cast<std::size_t>(i)]);
-    }
-    std::vector<double> out;
-    for (std::size_t i = 1; i + 1 < u.size(); ++i) {
-        const bool isMax = k[i] > k[i - 1] && k[i] >= k[i + 1];
-        const bool isMin = k[i] < k[i - 1] && k[i] <= k[i + 1];
-        if (maximum ? isMax : isMin) {
-            out.push_back(Refine(c, u[i - 1], u[i + 1], maximum));
-        }
-    }
-    return out;
+    return ydtest::SampledExtremes([&c](double u) { return Kappa(c, u); }, c.startParam(),
+                                   c.endParam(), n, maximum);
 }
 
 // The keys of a map, with keys closer than `merge` to the previous kept one dropped (one

@@ -14,21 +14,13 @@
 #include <vector>
 
 #include "YdAllocationCounter.h"
+#include "YdDenseReference.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestAccess.h"
+#include "YdTestCurves.h"
 #include "YdTestSupport.h"
-
-struct YdCurveFitFilterTestAccess {
-    static const std::vector<YdPoint>& Points(const YdCurveFitFilter& f) { return f.fitPoints; }
-    static bool Preprocess(const YdCurveFitFilter& f) { return f.preprocess; }
-    static void Densify(YdCurveFitFilter& f) { f.preprocessFitPoints(); }
-    static std::map<double, double>& MaxMap(YdCurveFitFilter& f) { return f.localMaxCurvatures; }
-    static std::map<double, double>& MinMap(YdCurveFitFilter& f) { return f.localMinCurvatures; }
-    static bool Step(YdBSplineCurve* c, const YdPoint& from, double u, double s2, double& next) {
-        return YdCurveFitFilter::iterateFunction(c, from, u, s2, next);
-    }
-};
 
 using Access = YdCurveFitFilterTestAccess;
 
@@ -37,15 +29,7 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-std::vector<YdPoint> RosePath(int m) {
-    std::vector<YdPoint> pts;
-    for (int i = 0; i < m; ++i) {
-        const double t = 0.9 * kPi * i / (m - 1);
-        const double r = 50.0 * std::cos(3.0 * t);
-        pts.emplace_back(r * std::cos(t), r * std::sin(t), 2.0 * std::sin(2.0 * t));
-    }
-    return pts;
-}
+using ydtest::RosePath;
 
 // Points on an arc of the circle of radius r about the origin in the xy plane.
 std::vector<YdPoint> ArcPoints(int m, double r, double sweep) {
@@ -76,21 +60,6 @@ struct FittedFilter {
     }
     YdBSplineCurve* curve() const { return owned.get(); }
 };
-
-// Largest squared distance from the points to the curve, by point inversion from the
-// points' own parameters (how the fitting search judges a trial).
-double SearchError(const YdBSplineCurve& c, const std::vector<YdPoint>& pts) {
-    double worst = 0.0;
-    for (std::size_t i = 0; i < pts.size(); ++i) {
-        double u0 = c.GetPointParam(static_cast<int>(i));
-        double u = 0.0;
-        YdPoint q;
-        if (c.FindNearestPoint(pts[i], u, q, &u0)) {
-            worst = std::max(worst, pts[i].SquareDistanceToPoint(q));
-        }
-    }
-    return worst;
-}
 
 YdVector FirstDerivative(const YdBSplineCurve& c, double u) {
     YdPoint pt;
@@ -555,19 +524,8 @@ TEST(CurveFitFilter, NewtonSearchLetsAtMostTenStepsSucceed) {
     const double u0 = 0.0;
     const YdPoint p0 = c->Evaluate(u0);
     // The peak of the chord distance, by golden-section search.
-    double lo = 0.5;
-    double hi = 1.0;
-    const double g = (std::sqrt(5.0) - 1) / 2;
-    for (int i = 0; i < 200 && hi - lo > 1e-15; ++i) {
-        const double x1 = hi - g * (hi - lo);
-        const double x2 = lo + g * (hi - lo);
-        if (p0.DistanceToPoint(c->Evaluate(x1)) > p0.DistanceToPoint(c->Evaluate(x2))) {
-            hi = x2;
-        } else {
-            lo = x1;
-        }
-    }
-    const double d = p0.DistanceToPoint(c->Evaluate((lo + hi) / 2));
+    const auto chord = [&c, &p0](double u) { return p0.DistanceToPoint(c->Evaluate(u)); };
+    const double d = chord(ydtest::GoldenSection(chord, 0.5, 1.0, true, 1e-15));
     ASSERT_GT(d, 10.0);  // above the end's distance: the peak is inside
 
     double t = 0.0;
@@ -736,7 +694,8 @@ TEST(CurveFitFilter, RealToolPathsAreFittedAndWalked) {
         }
         run.resize(std::min<std::size_t>(run.size(), 300));
         auto candidate = std::make_unique<FittedFilter>(run, 1e-3);
-        if (candidate->curve() != nullptr && SearchError(*candidate->curve(), run) < 1e-3) {
+        if (candidate->curve() != nullptr &&
+            ydtest::SearchMaxSquaredError(*candidate->curve(), run) < 1e-3) {
             found = std::move(candidate);
             break;
         }

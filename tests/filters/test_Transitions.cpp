@@ -11,18 +11,8 @@
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
 #include "YdNurbsLib/nurbs/YdKnotVec.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
-
-struct YdCurveFitFilterTestAccess {
-    static bool findInitialInterpolate(YdBSplineCurve* curve, double u0, double distance, double& u,
-                                       double tolerance) {
-        return YdCurveFitFilter::findInitialInterpolate(curve, u0, distance, u, tolerance);
-    }
-    static bool findInterpolateParam(YdBSplineCurve* curve, double u0, double distance, double& u,
-                                     double tolerance) {
-        return YdCurveFitFilter::findInterpolateParam(curve, u0, distance, u, tolerance);
-    }
-};
 
 namespace {
 

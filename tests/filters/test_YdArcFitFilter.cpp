@@ -12,25 +12,8 @@
 #include "YdNurbsLib/geometry/YdMatrix.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
-
-struct YdArcFitFilterTestAccess {
-    static const YdPoint& Point0(const YdArcFitFilter& f) { return f.point0; }
-    static const YdPoint& Point1(const YdArcFitFilter& f) { return f.point1; }
-    static const YdPoint& Point2(const YdArcFitFilter& f) { return f.point2; }
-    static double& Spare(YdArcFitFilter& f) { return f.spare; }
-    static double Spare(const YdArcFitFilter& f) { return f.spare; }
-    static double Angle(const YdArcFitFilter& f) { return f.angle; }
-    static const YdVector& Dir1(const YdArcFitFilter& f) { return f.dir1; }
-    static const YdVector& Dir2(const YdArcFitFilter& f) { return f.dir2; }
-    static const YdMatrix& LocalToWorld(const YdArcFitFilter& f) { return f.localToWorld; }
-
-    // Addresses of the fields in declaration order, to pin the layout order.
-    static std::vector<const void*> FieldAddresses(const YdArcFitFilter& f) {
-        return {&f.point0, &f.point1, &f.point2, &f.spare, &f.center, &f.radius,
-                &f.p1,     &f.p2,     &f.angle,  &f.dir1,  &f.dir2,   &f.localToWorld};
-    }
-};
 
 namespace {
 

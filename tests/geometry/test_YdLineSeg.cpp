@@ -6,6 +6,7 @@
 #include <random>
 #include <utility>
 
+#include "YdDenseReference.h"
 #include "YdNurbsLib/geometry/YdLineSeg.h"
 #include "YdTestSupport.h"
 
@@ -223,11 +224,12 @@ TEST(YdLineSeg, DistanceAgreesWithBruteForce) {
     for (int trial = 0; trial < 200; ++trial) {
         const YdLineSeg s = Seg(uni(rng), uni(rng), uni(rng), uni(rng), uni(rng), uni(rng));
         const YdPoint p(uni(rng), uni(rng), uni(rng));
-        double best = std::numeric_limits<double>::infinity();
         const YdVector d = s.GetEndPoint() - s.GetStartPoint();
-        for (int i = 0; i <= 20000; ++i) {
-            best = std::min(best, p.DistanceToPoint(s.GetStartPoint() + d * (i / 20000.0)));
-        }
+        const double best =
+            ydtest::DenseMinimum(
+                [&](double t) { return p.DistanceToPoint(s.GetStartPoint() + d * t); }, 0.0, 1.0,
+                20000)
+                .value;
         const double got = s.DistanceToPoint(p);
         EXPECT_LE(got, best + 1e-12) << "at trial " << trial;
         EXPECT_GE(got, best - d.Magnitude() / 20000.0) << "at trial " << trial;

@@ -11,12 +11,8 @@
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdTolerances.h"
 #include "YdNurbsLib/geometry/YdVector.h"
+#include "YdTestAccess.h"
 #include "YdTestSupport.h"
-
-struct YdMatrixTestAccess {
-    static const double* Data(const YdMatrix& m) { return m.m_pData; }
-    static double* const* Rows(const YdMatrix& m) { return m.m_ppRow; }
-};
 
 namespace {
 

@@ -4,8 +4,6 @@
 
 #include "YdNurbsLib/YdNurbsLibExport.h"
 
-struct YdKnotVecTestAccess;
-
 /// The knot vector of a B-spline curve (a non-decreasing sequence of doubles) and the rules by
 /// which the library places knots. Knot vectors built by the library are clamped (degree + 1
 /// equal knots at each end) and run from 0 to 1. A curve of degree p with n control points has
@@ -122,7 +120,5 @@ class YDNURBSLIB_EXPORT YdKnotVec {
                    const std::vector<int>& derivIndices);
 
   private:
-    friend struct YdKnotVecTestAccess;
-
     std::vector<double> m_knots;
 };
