@@ -46,7 +46,7 @@ void BM_SmoothShortMoves(benchmark::State& state) {
     for (auto _ : state) {
         const ydpath::SmoothedPath path = ydpath::SmoothPolyline(pts, opt);
         elements = path.elements.size();
-        deviation = path.maxDeviation;
+        deviation = path.maxDeviation();
         benchmark::DoNotOptimize(elements);
     }
     state.counters["segments"] = static_cast<double>(pts.size() - 1);
@@ -62,7 +62,7 @@ void BM_SmoothBundledSample(benchmark::State& state) {
     ydpath::SmoothOptions opt;
     for (auto _ : state) {
         const ydpath::SmoothResult result = ydpath::SmoothProgram(program, opt);
-        benchmark::DoNotOptimize(result.maxDeviation);
+        benchmark::DoNotOptimize(result.maxDeviation());
     }
     state.counters["segments"] = static_cast<double>(program.segmentCount());
 }
