@@ -18,8 +18,9 @@ int main(int argc, char** argv) {
         "ydpath: smooths a tool path with YdNurbsLib the way a motion controller's host does.\n"
         "Runs of short moves become fitted B-spline curves, long moves stay lines, sharp corners\n"
         "between lines get tangent arcs, and curves meet lines through transition curves, all\n"
-        "within a distance tolerance. Writes a summary to stdout and report.json, plot.svg and\n"
-        "the sampled curves into the output folder. Without INPUT it runs on a bundled sample.",
+        "within a distance tolerance both ways round. Writes a summary to stdout and\n"
+        "report.json, plot.svg and the sampled curves into the output folder. Without INPUT it\n"
+        "runs on a bundled sample.",
         "ydpath"};
     app.add_option("INPUT", opt.input,
                    "G-code (.nc .ngc .gcode .tap) or point file (one 'x y z' line per point)")
@@ -33,11 +34,13 @@ int main(int argc, char** argv) {
         ->check(CLI::IsMember({"auto", "gcode", "points"}))
         ->capture_default_str();
     app.add_option("--tol", opt.smooth.tolerance,
-                   "largest deviation from the input path, a distance (mm for G-code)")
+                   "largest deviation between the smoothed path and the input, either way round, "
+                   "a distance (mm for G-code)")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
     app.add_option("--corner-tol", opt.smooth.cornerTolerance,
-                   "largest distance of a rounded corner from the input corner (default: --tol)")
+                   "largest distance of a rounded corner from the input corner, at most --tol "
+                   "(default: --tol)")
         ->check(CLI::PositiveNumber);
     app.add_option("--max-seg", opt.smooth.maxSegment,
                    "longest segment that may become part of a fitted curve; longer ones stay lines")

@@ -27,6 +27,8 @@ constexpr int kExtraSplits = 64;
 constexpr double kSplitMargin = 0.02;
 // Halvings allowed per input segment of the part measured against.
 constexpr int kSplitsPerSegment = 8;
+// Sample chords up to this many are searched one by one rather than through a box tree.
+constexpr int kDirectChords = 32;
 // Golden-section steps of a local search: the bracket shrinks below 1e-9 of its width.
 constexpr int kGoldenSteps = 44;
 // An element may turn at most this much more than the input it replaces. A loop adds a full
@@ -156,6 +158,14 @@ const char* DeviationMeaning() {
            "larger of the two.";
 }
 
+const PolylineIndex& ShapeSamples::Index() const {
+    if (!indexed_) {
+        index_ = PolylineIndex(points);
+        indexed_ = true;
+    }
+    return index_;
+}
+
 struct DeviationMeter::Interval {
     double ta;
     double tb;
@@ -218,7 +228,6 @@ ShapeSamples DeviationMeter::Sample(const Shape& shape) const {
             SampleCurve(shape, sampleBound_, s);
             break;
     }
-    s.index = PolylineIndex(s.points);
     s.turning = ChordTurning(s.points);
     return s;
 }
@@ -400,13 +409,22 @@ VertexDistance DeviationMeter::VertexToShape(int vertex, const Shape& shape,
             best2 = d2;
         }
     }
-    if (k1 - 2 >= k0 + 1) {
-        const PolylineIndex::Hit hit = samples.index.Nearest(P, v, k0 + 1, k1 - 2, -1);
-        if (hit.segment >= 0 && hit.distance2 < best2) {
-            best = Chord{P[hit.segment], P[hit.segment + 1], T[hit.segment], T[hit.segment + 1],
-                         hit.segment};
-            best2 = hit.distance2;
+    // The chords between: one by one when they are few, else through the box tree.
+    PolylineIndex::Hit hit{best2, -1};
+    if (k1 - 2 - (k0 + 1) < kDirectChords) {
+        for (int k = k0 + 1; k <= k1 - 2; ++k) {
+            const double d2 = SegmentDistance2(v, P[k], P[k + 1]);
+            if (d2 < hit.distance2) {
+                hit = PolylineIndex::Hit{d2, k};
+            }
         }
+    } else {
+        hit = samples.Index().Nearest(P, v, k0 + 1, k1 - 2, -1);
+    }
+    if (hit.segment >= 0 && hit.distance2 < best2) {
+        best = Chord{P[hit.segment], P[hit.segment + 1], T[hit.segment], T[hit.segment + 1],
+                     hit.segment};
+        best2 = hit.distance2;
     }
     const double frac = SegmentFraction(v, best.a, best.b);
     VertexDistance result{std::sqrt(best2) + samples.bound[best.k],

@@ -50,8 +50,15 @@ struct ShapeSamples {
     /// bound[k]: the shape between samples k and k + 1 stays within this distance of their
     /// chord (one entry fewer than samples).
     std::vector<double> bound;
-    PolylineIndex index;   ///< over the sample chords
     double turning = 0.0;  ///< how much the chords turn in all (radians)
+
+    /// The box tree over the sample chords, built when first asked for (many candidates are
+    /// turned down before any vertex is measured against them). Not thread-safe.
+    const PolylineIndex& Index() const;
+
+  private:
+    mutable PolylineIndex index_;
+    mutable bool indexed_ = false;
 };
 
 /// How far an input vertex lies from a shape, and the parameter of the shape where that is.

@@ -12,6 +12,13 @@ namespace ydpath {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+// The library's fits use at least 5 and at most 500 control points.
+constexpr int kFewestControlPoints = 5;
+constexpr int kMostControlPoints = 500;
+// Fits of one run by count, each with half as many control points again as the last.
+constexpr int kCountTries = 6;
+// After an accepted fit, the next guess of the same kind aims this much lower.
+constexpr double kRatioDecay = 0.9;
 
 // Fit points with `parts` - 1 more points on every chord of the input.
 std::vector<YdPoint> AlongChords(const std::vector<YdPoint>& pts, int parts) {
@@ -55,8 +62,9 @@ RunFitter::RunFitter(const std::vector<YdPoint>& points, const SmoothOptions& op
     : p_(points), opt_(options), meter_(meter) {}
 
 std::vector<WorkElement> RunFitter::FitRuns(const std::vector<Run>& runs,
-                                            const std::function<void(int)>& done) const {
+                                            const std::function<void(int)>& done) {
     std::vector<WorkElement> out;
+    out.reserve(2 * runs.size());
     for (const Run& r : runs) {
         if (r.kind == Run::Kind::Line) {
             out.push_back(MakeLineElement(p_, r.first, r.last));
@@ -75,6 +83,7 @@ std::vector<WorkElement> RunFitter::FitRuns(const std::vector<Run>& runs,
     return out;
 }
 
+// One fit by the library's own search of the control-point count.
 std::unique_ptr<YdBSplineCurve> RunFitter::Attempt(Method method, int first, int last,
                                                    const YdBSplineCurve* previous) const {
     std::vector<YdPoint> pts(p_.begin() + first, p_.begin() + last + 1);
@@ -110,27 +119,73 @@ std::unique_ptr<YdBSplineCurve> RunFitter::Attempt(Method method, int first, int
     return nullptr;
 }
 
-bool RunFitter::Accept(const YdBSplineCurve& curve, int first, int last, ShapeSamples& samples,
-                       std::vector<double>& pointU) const {
-    const Shape shape = Shape::Curve(curve, curve.startParam(), curve.endParam());
-    samples = meter_.Sample(shape);
-    if (!meter_.TurnsLikeInput(samples, first, last)) {
-        return false;
+// The library's own search tries about eight control-point counts, each judged at the fit
+// points only. Here the count is chosen from the count per fit point that the last accepted fit
+// of the same kind needed, and raised while only the distance is too large: one or two fits
+// where the guess is good, each judged by the deviation measure.
+bool RunFitter::FitByCount(Method method, int first, int last, WorkElement& w) {
+    const std::vector<YdPoint> run(p_.begin() + first, p_.begin() + last + 1);
+    const std::vector<YdPoint> pts =
+        method == Method::Plain ? run : AlongChords(run, method == Method::Chords2 ? 2 : 4);
+    const int m = static_cast<int>(pts.size());
+    double& ratio = countRatio_[static_cast<int>(method)];
+    // Counts below lo stay too far from the input; counts from hi up ripple too much.
+    int lo = kFewestControlPoints - 1;
+    int hi = std::min(kMostControlPoints, m) + 1;
+    int n = std::clamp(static_cast<int>(std::lround(ratio * m)), lo + 1, hi - 1);
+    for (int attempt = 0; attempt < kCountTries && hi - lo > 1; ++attempt) {
+        std::unique_ptr<YdBSplineCurve> curve(
+            YdBSplineCurve::CreateApproximateCurve(pts, {0, m - 1}, n, false));
+        const Verdict v = curve ? Judge(std::move(curve), first, last, w) : Verdict::TooFar;
+        if (v == Verdict::Accepted) {
+            // Aim a little lower next time, so that the guess follows the input down as well.
+            ratio = kRatioDecay * n / m;
+            return true;
+        }
+        if (v == Verdict::TooFar) {
+            lo = n;
+            n = hi > std::min(kMostControlPoints, m) ? std::min(hi - 1, n + std::max(2, n / 2))
+                                                     : (lo + hi) / 2;
+        } else {
+            hi = n;
+            n = (lo + hi) / 2;
+        }
+    }
+    return false;
+}
+
+RunFitter::Verdict RunFitter::Judge(std::unique_ptr<YdBSplineCurve> curve, int first, int last,
+                                    WorkElement& w) const {
+    SnapCurveEnds(*curve, &p_[first], &p_[last]);
+    const Shape shape = Shape::Curve(*curve, curve->startParam(), curve->endParam());
+    w.samples = meter_.Sample(shape);
+    if (!meter_.TurnsLikeInput(w.samples, first, last)) {
+        return Verdict::Loops;
     }
     const double limit = meter_.AcceptLimit(opt_.tolerance);
-    if (!(meter_.PathToInput(shape, samples, first, last, limit) <= limit)) {
-        return false;
+    if (!(meter_.PathToInput(shape, w.samples, first, last, limit) <= limit)) {
+        return Verdict::TooFar;
     }
-    pointU.clear();
+    w.pointU.clear();
     for (int i = first; i <= last; ++i) {
         const VertexDistance d =
-            meter_.VertexToShape(i, shape, samples, shape.begin(), shape.end(), limit);
+            meter_.VertexToShape(i, shape, w.samples, shape.begin(), shape.end(), limit);
         if (!(d.distance <= limit)) {
-            return false;
+            return Verdict::TooFar;
         }
-        pointU.push_back(d.t);
+        w.pointU.push_back(d.t);
     }
-    return true;
+    w.e.kind = ElementKind::Curve;
+    w.e.start = p_[first];
+    w.e.end = p_[last];
+    w.e.firstPoint = first;
+    w.e.lastPoint = last;
+    w.e.fittedPoints = last - first + 1;
+    w.uStart = curve->startParam();
+    w.uEnd = curve->endParam();
+    w.length = CurveLength(*curve, w.uStart, w.uEnd);
+    w.fitted = std::move(curve);
+    return Verdict::Accepted;
 }
 
 // Where to cut a run that no single curve fits: at a kink (a vertex turning clearly more than
@@ -199,7 +254,7 @@ bool RunFitter::HasLongGap(int first, int last) const {
 }
 
 void RunFitter::Fit(int first, int last, const YdBSplineCurve* previous,
-                    std::vector<WorkElement>& out) const {
+                    std::vector<WorkElement>& out) {
     // A fit of the vertices alone can at best halve that bulge between vertices and chords:
     // where that still leaves more than the tolerance, only fits densified along the chords
     // are worth trying.
@@ -212,27 +267,22 @@ void RunFitter::Fit(int first, int last, const YdBSplineCurve* previous,
         if (method == Method::FilterDensified && !HasLongGap(first, last)) {
             continue;  // the filter would densify nothing: the plain fit again
         }
-        std::unique_ptr<YdBSplineCurve> curve = Attempt(method, first, last, previous);
-        if (!curve) {
-            continue;
-        }
-        SnapCurveEnds(*curve, &p_[first], &p_[last]);
         WorkElement w;
-        if (!Accept(*curve, first, last, w.samples, w.pointU)) {
-            continue;
+        bool accepted = false;
+        const bool byCount =
+            method == Method::Plain || method == Method::Chords2 || method == Method::Chords4;
+        accepted = byCount && FitByCount(method, first, last, w);
+        // A fit's distance does not always fall as control points are added: where the guess
+        // missed at the densest fit points, the library's own search may still find a count.
+        if (!accepted && (!byCount || method == Method::Chords4)) {
+            if (std::unique_ptr<YdBSplineCurve> curve = Attempt(method, first, last, previous)) {
+                accepted = Judge(std::move(curve), first, last, w) == Verdict::Accepted;
+            }
         }
-        w.e.kind = ElementKind::Curve;
-        w.e.start = p_[first];
-        w.e.end = p_[last];
-        w.e.firstPoint = first;
-        w.e.lastPoint = last;
-        w.e.fittedPoints = last - first + 1;
-        w.uStart = curve->startParam();
-        w.uEnd = curve->endParam();
-        w.length = CurveLength(*curve, w.uStart, w.uEnd);
-        w.fitted = std::move(curve);
-        out.push_back(std::move(w));
-        return;
+        if (accepted) {
+            out.push_back(std::move(w));
+            return;
+        }
     }
     if (last - first + 1 >= 2 * opt_.minCurvePoints - 1) {
         const int mid = SplitVertex(first, last);

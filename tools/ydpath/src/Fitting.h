@@ -33,7 +33,7 @@ class RunFitter {
     /// close enough, lines) for curve runs. `done`, when given, is called with the last vertex
     /// fitted so far.
     std::vector<WorkElement> FitRuns(const std::vector<Run>& runs,
-                                     const std::function<void(int)>& done) const;
+                                     const std::function<void(int)>& done);
 
   private:
     enum class Method {
@@ -44,13 +44,13 @@ class RunFitter {
         Chords2,            // a point added in the middle of every chord
         Chords4,            // three points added on every chord
     };
+    enum class Verdict { Accepted, TooFar, Loops };
 
-    void Fit(int first, int last, const YdBSplineCurve* previous,
-             std::vector<WorkElement>& out) const;
+    void Fit(int first, int last, const YdBSplineCurve* previous, std::vector<WorkElement>& out);
     std::unique_ptr<YdBSplineCurve> Attempt(Method method, int first, int last,
                                             const YdBSplineCurve* previous) const;
-    bool Accept(const YdBSplineCurve& curve, int first, int last, ShapeSamples& samples,
-                std::vector<double>& pointU) const;
+    bool FitByCount(Method method, int first, int last, WorkElement& w);
+    Verdict Judge(std::unique_ptr<YdBSplineCurve> curve, int first, int last, WorkElement& w) const;
     int SplitVertex(int first, int last) const;
     double ChordBulge(int first, int last) const;
     bool HasLongGap(int first, int last) const;
@@ -59,6 +59,8 @@ class RunFitter {
     const std::vector<YdPoint>& p_;
     const SmoothOptions& opt_;
     const DeviationMeter& meter_;
+    // Control points per fit point of the last accepted fit of each kind: the next guess.
+    double countRatio_[6] = {0.5, 0.5, 0.5, 0.5, 0.5, 0.5};
 };
 
 }  // namespace ydpath

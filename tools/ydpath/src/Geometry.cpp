@@ -244,7 +244,8 @@ std::vector<double> SpanStops(const YdBSplineCurve& curve, double a, double b, b
 // Bisects [lo, hi] for the parameter where length(from, u) reaches s (from = lo going forward,
 // from = hi going backward).
 double BisectLength(const YdBSplineCurve& curve, double lo, double hi, double s, bool backward) {
-    for (int i = 0; i < 60 && hi - lo > 1e-13 * std::max(1.0, std::fabs(hi)); ++i) {
+    // A cut needs no more than a billionth of a span: it is a choice, not a measurement.
+    for (int i = 0; i < 30 && hi - lo > 1e-13 * std::max(1.0, std::fabs(hi)); ++i) {
         const double mid = 0.5 * (lo + hi);
         const double len = backward ? CurveLength(curve, mid, hi) : CurveLength(curve, lo, mid);
         if (backward) {

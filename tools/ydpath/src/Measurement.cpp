@@ -10,32 +10,47 @@ namespace ydpath {
 
 namespace {
 
-constexpr int kCurvatureSamplesPerSpan = 16;
-constexpr int kGoldenSteps = 40;
+// A cubic span's curvature has few extrema: this many samples of it separate them, and every
+// sampled maximum is then refined by interpolation.
+constexpr int kCurvatureSamplesPerSpan = 8;
+constexpr int kParabolaSteps = 4;
 
-// The parameter of the largest curvature on [lo, hi], by golden section.
-CurvatureMaximum RefineMaximum(const YdBSplineCurve& c, double lo, double hi) {
-    const double g = 0.5 * (std::sqrt(5.0) - 1.0);
-    double x1 = hi - g * (hi - lo);
-    double x2 = lo + g * (hi - lo);
-    double f1 = CurveCurvature(c, x1);
-    double f2 = CurveCurvature(c, x2);
-    for (int i = 0; i < kGoldenSteps; ++i) {
-        if (f1 > f2) {
-            hi = x2;
-            x2 = x1;
-            f2 = f1;
-            x1 = hi - g * (hi - lo);
-            f1 = CurveCurvature(c, x1);
-        } else {
-            lo = x1;
-            x1 = x2;
-            f1 = f2;
-            x2 = lo + g * (hi - lo);
-            f2 = CurveCurvature(c, x2);
+// The largest curvature near a sampled maximum k1 at u1 between its neighbours (u0, k0) and
+// (u2, k2): a few steps of parabolic interpolation, each through the three best points so far.
+// Curvature is smooth there, so each step gains several digits; the value reported is one
+// actually evaluated.
+CurvatureMaximum RefineMaximum(const YdBSplineCurve& c, double u0, double k0, double u1, double k1,
+                               double u2, double k2) {
+    for (int i = 0; i < kParabolaSteps; ++i) {
+        const double a = (u1 - u0) * (k1 - k2);
+        const double b = (u1 - u2) * (k1 - k0);
+        const double den = 2.0 * (a - b);
+        if (!(den != 0.0)) {
+            break;
         }
+        const double u = u1 - ((u1 - u0) * a - (u1 - u2) * b) / den;
+        if (!(u > u0 && u < u2) || u == u1) {
+            break;
+        }
+        const double k = CurveCurvature(c, u);
+        if (!(k > k1)) {
+            // The peak lies between u and u1: keep bracketing it.
+            (u < u1 ? u0 : u2) = u;
+            (u < u1 ? k0 : k2) = k;
+            continue;
+        }
+        // u is the new best; its neighbours are u1 and the old bracket end beyond u.
+        if (u < u1) {
+            u2 = u1;
+            k2 = k1;
+        } else {
+            u0 = u1;
+            k0 = k1;
+        }
+        u1 = u;
+        k1 = k;
     }
-    return f1 > f2 ? CurvatureMaximum{x1, f1} : CurvatureMaximum{x2, f2};
+    return CurvatureMaximum{u1, k1};
 }
 
 // Curvature sampled along the curve, span by span, in increasing parameter.
@@ -106,8 +121,7 @@ std::vector<CurvatureMaximum> CurvatureMaxima(const YdBSplineCurve& curve,
         if (i == 0 || i + 1 == n || !(k[i] > k[i - 1] && k[i] >= k[i + 1])) {
             continue;
         }
-        const CurvatureMaximum m = RefineMaximum(curve, u[i - 1], u[i + 1]);
-        maxima.push_back(m.curvature >= k[i] ? m : CurvatureMaximum{u[i], k[i]});
+        maxima.push_back(RefineMaximum(curve, u[i - 1], k[i - 1], u[i], k[i], u[i + 1], k[i + 1]));
         lowest.push_back(k[i]);
     }
     return maxima;

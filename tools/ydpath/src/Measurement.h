@@ -21,8 +21,8 @@ struct CurvatureMaximum {
     double curvature = 0.0;
 };
 
-/// The local curvature maxima of a curve, in order. Curvature is sampled 16 times per knot
-/// span and every sampled maximum refined by a golden-section search: a cubic span's curvature
+/// The local curvature maxima of a curve, in order. Curvature is sampled 8 times per knot
+/// span and every sampled maximum refined by parabolic interpolation: a cubic span's curvature
 /// has few extrema, so this finds them without walking the curve in fixed tiny steps.
 /// `lowest` receives, for each gap between the curve's start, its maxima and its end, the
 /// lowest curvature sampled there (one entry more than maxima).

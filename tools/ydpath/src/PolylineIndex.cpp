@@ -9,7 +9,9 @@ namespace ydpath {
 namespace {
 
 // Ranges this short are searched segment by segment: cheaper than walking the tree.
-constexpr int kDirectSearch = 8;
+constexpr int kDirectSearch = 16;
+// Segments per leaf of the tree: a small tree, and a leaf's segments are checked in a row.
+constexpr int kLeaf = 8;
 
 void Grow(Point3& lo, Point3& hi, const Point3& p) {
     lo = Point3{std::min(lo.x, p.x), std::min(lo.y, p.y), std::min(lo.z, p.z)};
@@ -18,15 +20,22 @@ void Grow(Point3& lo, Point3& hi, const Point3& p) {
 
 }  // namespace
 
+inline double PolylineIndex::BoxDistance2(const Box& b, const Point3& p) {
+    const double dx = std::max({b.lo.x - p.x, 0.0, p.x - b.hi.x});
+    const double dy = std::max({b.lo.y - p.y, 0.0, p.y - b.hi.y});
+    const double dz = std::max({b.lo.z - p.z, 0.0, p.z - b.hi.z});
+    return dx * dx + dy * dy + dz * dz;
+}
+
 PolylineIndex::PolylineIndex(const std::vector<Point3>& points) {
     segments_ = std::max(0, static_cast<int>(points.size()) - 1);
     leaves_ = 1;
-    while (leaves_ < segments_) {
+    while (static_cast<long>(leaves_) * kLeaf < segments_) {
         leaves_ *= 2;
     }
     boxes_.assign(2 * static_cast<size_t>(leaves_), Box());
     for (int k = 0; k < segments_; ++k) {
-        Box& b = boxes_[leaves_ + k];
+        Box& b = boxes_[leaves_ + k / kLeaf];
         Grow(b.lo, b.hi, points[k]);
         Grow(b.lo, b.hi, points[k + 1]);
     }
@@ -37,13 +46,6 @@ PolylineIndex::PolylineIndex(const std::vector<Point3>& points) {
         b.lo = Point3{std::min(l.lo.x, r.lo.x), std::min(l.lo.y, r.lo.y), std::min(l.lo.z, r.lo.z)};
         b.hi = Point3{std::max(l.hi.x, r.hi.x), std::max(l.hi.y, r.hi.y), std::max(l.hi.z, r.hi.z)};
     }
-}
-
-double PolylineIndex::BoxDistance2(const Box& b, const Point3& p) {
-    const double dx = std::max({b.lo.x - p.x, 0.0, p.x - b.hi.x});
-    const double dy = std::max({b.lo.y - p.y, 0.0, p.y - b.hi.y});
-    const double dz = std::max({b.lo.z - p.z, 0.0, p.z - b.hi.z});
-    return dx * dx + dy * dy + dz * dz;
 }
 
 PolylineIndex::Hit PolylineIndex::Nearest(const std::vector<Point3>& points, const Point3& p,
@@ -77,14 +79,19 @@ PolylineIndex::Hit PolylineIndex::Nearest(const std::vector<Point3>& points, con
     return q.hit;
 }
 
+// Node covers the leaves lo..hi, that is the segments kLeaf lo .. kLeaf (hi + 1) - 1.
 void PolylineIndex::Search(Query& q, int node, int lo, int hi) const {
-    if (hi < q.first || lo > q.last || BoxDistance2(boxes_[node], q.p) >= q.hit.distance2) {
+    if ((hi + 1) * kLeaf - 1 < q.first || lo * kLeaf > q.last ||
+        BoxDistance2(boxes_[node], q.p) >= q.hit.distance2) {
         return;
     }
     if (lo == hi) {
-        const double d2 = SegmentDistance2(q.p, q.points[lo], q.points[lo + 1]);
-        if (d2 < q.hit.distance2) {
-            q.hit = Hit{d2, lo};
+        const int end = std::min((lo + 1) * kLeaf - 1, q.last);
+        for (int k = std::max(lo * kLeaf, q.first); k <= end; ++k) {
+            const double d2 = SegmentDistance2(q.p, q.points[k], q.points[k + 1]);
+            if (d2 < q.hit.distance2) {
+                q.hit = Hit{d2, k};
+            }
         }
         return;
     }

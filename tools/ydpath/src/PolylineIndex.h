@@ -2,7 +2,8 @@
 
 // A box tree over the segments of a polyline: the segment nearest to a point among a range of
 // segments in O(log n) for a path of n segments. Segment k runs from point k to point k + 1.
-// The tree holds boxes only; every query is given the points the tree was built on.
+// The tree holds boxes only, one per few consecutive segments at its leaves; every query is
+// given the points the tree was built on.
 
 #include <limits>
 #include <vector>
@@ -51,7 +52,7 @@ class PolylineIndex {
     void Search(Query& q, int node, int lo, int hi) const;
 
     int segments_ = 0;
-    int leaves_ = 0;          // a power of two, at least segments_
+    int leaves_ = 0;  // a power of two; leaf j holds segments kLeaf j .. kLeaf j + kLeaf - 1
     std::vector<Box> boxes_;  // node 1 is the root; node i has children 2i and 2i + 1
 };
 

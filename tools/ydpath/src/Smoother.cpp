@@ -62,6 +62,7 @@ std::vector<Element> Assemble(std::vector<WorkElement>& work, std::vector<Join>&
         if (w.e.kind == ElementKind::Curve) {
             CutCurve(w);
         }
+        w.samples = ShapeSamples();  // only the joins needed them
     }
     for (size_t i = 1; i < work.size(); ++i) {
         const Element& prev = work[i - 1].e;
