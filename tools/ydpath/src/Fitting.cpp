@@ -188,13 +188,13 @@ RunFitter::Verdict RunFitter::Judge(std::unique_ptr<YdBSplineCurve> curve, int f
     return Verdict::Accepted;
 }
 
-// Where to cut a run that no single curve fits: at a kink (a vertex turning clearly more than
-// the run does on average), so that neither part has to bend through it, else in the middle.
-// Both parts keep at least the shortest fitted run's points.
-int RunFitter::SplitVertex(int first, int last) const {
+// A kink of the run: a vertex turning clearly more than the run does on average, where both
+// parts keep at least the shortest fitted run's points; -1 when there is none. No smooth curve
+// should bend through it.
+int RunFitter::KinkVertex(int first, int last) const {
     const int lo = first + opt_.minCurvePoints - 1;
     const int hi = last - opt_.minCurvePoints + 1;
-    int best = first + (last - first) / 2;
+    int best = -1;
     double bestTurn = 0.0;
     double sum = 0.0;
     for (int k = first + 1; k < last; ++k) {
@@ -206,10 +206,7 @@ int RunFitter::SplitVertex(int first, int last) const {
         }
     }
     const double mean = sum / std::max(1, last - first - 1);
-    if (bestTurn > 4.0 * mean && bestTurn > 5.0 * kPi / 180.0) {
-        return best;
-    }
-    return first + (last - first) / 2;
+    return bestTurn > 4.0 * mean && bestTurn > 5.0 * kPi / 180.0 ? best : -1;
 }
 
 // A run no curve fits closely enough and too short to split: its segments stay lines (merged
@@ -253,25 +250,16 @@ bool RunFitter::HasLongGap(int first, int last) const {
     return longest > 1.5 * (sum / (last - first));
 }
 
-void RunFitter::Fit(int first, int last, const YdBSplineCurve* previous,
-                    std::vector<WorkElement>& out) {
-    // A fit of the vertices alone can at best halve that bulge between vertices and chords:
-    // where that still leaves more than the tolerance, only fits densified along the chords
-    // are worth trying.
-    const bool coarse = ChordBulge(first, last) > 2.0 * opt_.tolerance;
-    for (Method method : {Method::Continuation, Method::CloseContinuation, Method::Plain,
-                          Method::FilterDensified, Method::Chords2, Method::Chords4}) {
-        if (coarse && method != Method::Chords2 && method != Method::Chords4) {
-            continue;
-        }
+bool RunFitter::FitWhole(int first, int last, const YdBSplineCurve* previous,
+                         const std::vector<Method>& methods, std::vector<WorkElement>& out) {
+    for (Method method : methods) {
         if (method == Method::FilterDensified && !HasLongGap(first, last)) {
             continue;  // the filter would densify nothing: the plain fit again
         }
         WorkElement w;
-        bool accepted = false;
         const bool byCount =
             method == Method::Plain || method == Method::Chords2 || method == Method::Chords4;
-        accepted = byCount && FitByCount(method, first, last, w);
+        bool accepted = byCount && FitByCount(method, first, last, w);
         // A fit's distance does not always fall as control points are added: where the guess
         // missed at the densest fit points, the library's own search may still find a count.
         if (!accepted && (!byCount || method == Method::Chords4)) {
@@ -281,14 +269,44 @@ void RunFitter::Fit(int first, int last, const YdBSplineCurve* previous,
         }
         if (accepted) {
             out.push_back(std::move(w));
-            return;
+            return true;
         }
     }
+    return false;
+}
+
+// Fits the two parts of a run cut at `mid`, the second leaving with the first one's end
+// tangent where it can.
+void RunFitter::FitParts(int first, int mid, int last, std::vector<WorkElement>& out) {
+    Fit(first, mid, nullptr, out);
+    const bool curveBefore = out.back().e.kind == ElementKind::Curve;
+    Fit(mid, last, curveBefore ? out.back().fitted.get() : nullptr, out);
+}
+
+// Remedies in order: a fit of the points themselves; a cut at a kink, which no smooth curve
+// should bend through; fits densified along the chords, which hug a coarse polyline; a cut in
+// the middle; lines.
+void RunFitter::Fit(int first, int last, const YdBSplineCurve* previous,
+                    std::vector<WorkElement>& out) {
+    // A fit of the vertices alone can at best halve the bulge between vertices and chords:
+    // where that still leaves more than the tolerance, it is not worth trying.
+    const bool coarse = ChordBulge(first, last) > 2.0 * opt_.tolerance;
+    if (!coarse && FitWhole(first, last, previous,
+                            {Method::Continuation, Method::CloseContinuation, Method::Plain,
+                             Method::FilterDensified},
+                            out)) {
+        return;
+    }
+    const int kink = KinkVertex(first, last);
+    if (kink >= 0) {
+        FitParts(first, kink, last, out);
+        return;
+    }
+    if (FitWhole(first, last, previous, {Method::Chords2, Method::Chords4}, out)) {
+        return;
+    }
     if (last - first + 1 >= 2 * opt_.minCurvePoints - 1) {
-        const int mid = SplitVertex(first, last);
-        Fit(first, mid, nullptr, out);
-        const bool curveBefore = out.back().e.kind == ElementKind::Curve;
-        Fit(mid, last, curveBefore ? out.back().fitted.get() : nullptr, out);
+        FitParts(first, first + (last - first) / 2, last, out);
         return;
     }
     AddLines(first, last, out);

@@ -51,7 +51,10 @@ class RunFitter {
                                             const YdBSplineCurve* previous) const;
     bool FitByCount(Method method, int first, int last, WorkElement& w);
     Verdict Judge(std::unique_ptr<YdBSplineCurve> curve, int first, int last, WorkElement& w) const;
-    int SplitVertex(int first, int last) const;
+    bool FitWhole(int first, int last, const YdBSplineCurve* previous,
+                  const std::vector<Method>& methods, std::vector<WorkElement>& out);
+    void FitParts(int first, int mid, int last, std::vector<WorkElement>& out);
+    int KinkVertex(int first, int last) const;
     double ChordBulge(int first, int last) const;
     bool HasLongGap(int first, int last) const;
     void AddLines(int first, int last, std::vector<WorkElement>& out) const;
