@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -243,7 +242,7 @@ TEST(Regression, TinyWalkStepIsRefusedAtOnce) {
         length += e.length;
     }
     ASSERT_GT(length, 4900.0);
-    const auto t0 = std::chrono::steady_clock::now();
+    // Refused before a single step is taken (a walk of 5e12 points would run for hours).
     try {
         ydpath::WalkPaths(result, 1e-9);
         FAIL() << "a walk of 5e12 points was started";
@@ -251,7 +250,6 @@ TEST(Regression, TinyWalkStepIsRefusedAtOnce) {
         EXPECT_NE(std::string(e.what()).find("choose a larger --walk step"), std::string::npos)
             << e.what();
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - t0, std::chrono::seconds(5));
     EXPECT_THROW(ydpath::WalkPaths(result, std::nan("")), std::invalid_argument);
     EXPECT_THROW(ydpath::WalkPaths(result, -1.0), std::invalid_argument);
     EXPECT_THROW(ydpath::WalkPaths(result, HUGE_VAL), std::invalid_argument);

@@ -15,7 +15,8 @@ constexpr double kPi = 3.14159265358979323846;
 // The library's fits use at least 5 and at most 500 control points.
 constexpr int kFewestControlPoints = 5;
 constexpr int kMostControlPoints = 500;
-// Fits of one run by count, each with half as many control points again as the last.
+// Fits by count tried for one run at most: the count grows by half while the fit stays too far
+// from the input, and is bisected once a count ripples too much.
 constexpr int kCountTries = 6;
 // After an accepted fit, the next guess of the same kind aims this much lower.
 constexpr double kRatioDecay = 0.9;
