@@ -68,9 +68,11 @@ YdVector StartTangent(const WorkElement& w) {
 // one before it (the element before the join) or the first one after it (the element after).
 struct Joiner::Remainder {
     Shape shape;
-    ShapeSamples own;                       // lines: samples of the kept segment
-    const ShapeSamples* samples = nullptr;  // the samples to measure against
+    ShapeSamples own;                      // lines: samples of the kept segment
+    const ShapeSamples* fitted = nullptr;  // curves: the samples of the whole fitted curve
     int edge = 0;
+
+    const ShapeSamples& samples() const { return fitted != nullptr ? *fitted : own; }
 };
 
 // One candidate join between a and b.
@@ -92,7 +94,7 @@ Joiner::Remainder Joiner::Before(const WorkElement& a, const YdPoint& lineEnd, d
     r.edge = a.e.firstPoint;
     if (a.e.kind == ElementKind::Curve) {
         r.shape = Shape::Curve(*a.fitted, a.uStart, uCut);
-        r.samples = &a.samples;
+        r.fitted = &a.samples;
         for (int i = v - 1; i > a.e.firstPoint; --i) {
             if (a.pointU[i - a.e.firstPoint] <= uCut) {
                 r.edge = i;
@@ -103,7 +105,6 @@ Joiner::Remainder Joiner::Before(const WorkElement& a, const YdPoint& lineEnd, d
     }
     r.shape = Shape::Segment(ToPoint3(a.e.start), ToPoint3(lineEnd));
     r.own = meter_.Sample(r.shape);
-    r.samples = &r.own;
     // Vertices of the line lie near its chord: those farther back from the corner than the cut
     // stay with the line.
     const YdVector back = Unit(p_[a.e.firstPoint] - p_[v]);
@@ -123,7 +124,7 @@ Joiner::Remainder Joiner::After(const WorkElement& b, const YdPoint& lineStart, 
     r.edge = b.e.lastPoint;
     if (b.e.kind == ElementKind::Curve) {
         r.shape = Shape::Curve(*b.fitted, uCut, b.uEnd);
-        r.samples = &b.samples;
+        r.fitted = &b.samples;
         for (int i = v + 1; i < b.e.lastPoint; ++i) {
             if (b.pointU[i - b.e.firstPoint] >= uCut) {
                 r.edge = i;
@@ -134,7 +135,6 @@ Joiner::Remainder Joiner::After(const WorkElement& b, const YdPoint& lineStart, 
     }
     r.shape = Shape::Segment(ToPoint3(lineStart), ToPoint3(b.e.end));
     r.own = meter_.Sample(r.shape);
-    r.samples = &r.own;
     const YdVector ahead = Unit(p_[b.e.lastPoint] - p_[v]);
     const double cut = Distance(lineStart, p_[v]);
     for (int i = v + 1; i < b.e.lastPoint; ++i) {
@@ -166,7 +166,7 @@ bool Joiner::Accept(const Shape& join, const Remainder& a, const Remainder& b) c
         for (const Remainder* r : {&a, &b}) {
             if (d > limit) {
                 d = std::min(d, meter_
-                                    .VertexToShape(i, r->shape, *r->samples, r->shape.begin(),
+                                    .VertexToShape(i, r->shape, r->samples(), r->shape.begin(),
                                                    r->shape.end(), limit)
                                     .distance);
             }

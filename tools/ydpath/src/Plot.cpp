@@ -257,8 +257,8 @@ std::vector<Spot> PickSpots(const SmoothResult& result) {
             s.turn = join.turnDegrees;
             char buf[160];
             std::snprintf(
-                buf, sizeof(buf), "%s \xC2\xB7 path %zu \xC2\xB7 line %d \xC2\xB7 %.0f\xC2\xB0",
-                JoinLabel(join.kind), p + 1,
+                buf, sizeof(buf), "%s \xC2\xB7 path %d \xC2\xB7 line %d \xC2\xB7 %.0f\xC2\xB0",
+                JoinLabel(join.kind), static_cast<int>(p) + 1,
                 join.vertex < static_cast<int>(path.lines.size()) ? path.lines[join.vertex] : 0,
                 join.turnDegrees);
             s.label = buf;

@@ -278,8 +278,8 @@ int AssignExportFiles(SmoothResult& result) {
                 continue;
             }
             char name[96];
-            std::snprintf(name, sizeof(name), "curves/p%03zu-e%03zu-%s.txt", p + 1, i + 1,
-                          KindName(e.kind));
+            std::snprintf(name, sizeof(name), "curves/p%03d-e%03d-%s.txt", static_cast<int>(p) + 1,
+                          static_cast<int>(i) + 1, KindName(e.kind));
             e.exportFile = name;
             ++count;
         }
