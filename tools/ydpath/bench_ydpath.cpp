@@ -1,10 +1,15 @@
-// How long ydpath takes to smooth long paths: 10000 short moves should take a few seconds at
-// most. Run: build/release/tools/ydpath/bench_ydpath
+// How long ydpath takes to smooth tool paths: a long synthetic contour, the bundled sample, and
+// the whole set of real tool paths beside the project (../shared/realpaths, 117 files) with the
+// bundled sample, in one process. Run: build/release/tools/ydpath/bench_ydpath
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <sstream>
+#include <string>
 #include <vector>
 
 #include "PathReader.h"
@@ -46,7 +51,7 @@ void BM_SmoothShortMoves(benchmark::State& state) {
     for (auto _ : state) {
         const ydpath::SmoothedPath path = ydpath::SmoothPolyline(pts, opt);
         elements = path.elements.size();
-        deviation = path.maxDeviation;
+        deviation = path.maxDeviation();
         benchmark::DoNotOptimize(elements);
     }
     state.counters["segments"] = static_cast<double>(pts.size() - 1);
@@ -62,7 +67,7 @@ void BM_SmoothBundledSample(benchmark::State& state) {
     ydpath::SmoothOptions opt;
     for (auto _ : state) {
         const ydpath::SmoothResult result = ydpath::SmoothProgram(program, opt);
-        benchmark::DoNotOptimize(result.maxDeviation);
+        benchmark::DoNotOptimize(result.maxDeviation());
     }
     state.counters["segments"] = static_cast<double>(program.segmentCount());
 }
@@ -76,5 +81,85 @@ void BM_ReadBundledSample(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_ReadBundledSample)->Unit(benchmark::kMicrosecond);
+
+struct NamedProgram {
+    std::string name;
+    ydpath::InputProgram program;
+};
+
+// Every real tool path (read once, not timed) and the bundled sample.
+std::vector<NamedProgram> RealPathSet() {
+    std::vector<NamedProgram> set;
+    std::error_code ec;
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(YDNURBS_REALPATHS_DIR, ec)) {
+        if (entry.path().extension() == ".txt") {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    for (const std::filesystem::path& f : files) {
+        set.push_back({f.stem().string(), ydpath::ReadPathFile(f.string())});
+    }
+    std::istringstream in(ydpath::BundledSampleText());
+    set.push_back({"bundled sample", ydpath::ReadGcode(in, ydpath::BundledSampleName())});
+    return set;
+}
+
+// The whole set smoothed in one go, as the tool would, file after file. Counters: the time per
+// 1000 input moves, the slowest file (named in the label), output elements per input move
+// (compactness), and the largest deviation found (it must stay within the tolerance).
+void BM_SmoothRealPathSet(benchmark::State& state) {
+    const std::vector<NamedProgram> set = RealPathSet();
+    const ydpath::SmoothOptions opt;
+    long moves = 0;
+    long elements = 0;
+    double deviation = 0.0;
+    double worstMs = 0.0;
+    double totalMs = 0.0;
+    std::string worst;
+    for (auto _ : state) {
+        moves = 0;
+        elements = 0;
+        for (const NamedProgram& p : set) {
+            const auto t0 = std::chrono::steady_clock::now();
+            const ydpath::SmoothResult r = ydpath::SmoothProgram(p.program, opt);
+            const double ms =
+                std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0)
+                    .count();
+            totalMs += ms;
+            if (ms > worstMs) {
+                worstMs = ms;
+                worst = p.name;
+            }
+            moves += r.segmentsIn();
+            for (const ydpath::SmoothedPath& path : r.paths) {
+                elements += static_cast<long>(path.elements.size());
+            }
+            deviation = std::max(deviation, r.maxDeviation());
+        }
+    }
+    state.counters["files"] = static_cast<double>(set.size());
+    state.counters["moves"] = static_cast<double>(moves);
+    state.counters["ms_per_1000_moves"] =
+        totalMs / static_cast<double>(state.iterations()) / (static_cast<double>(moves) / 1000.0);
+    state.counters["elements_per_move"] =
+        static_cast<double>(elements) / static_cast<double>(moves);
+    state.counters["worst_file_ms"] = worstMs;
+    state.counters["max_deviation"] = deviation;
+    state.SetLabel("slowest: " + worst);
+}
+
+// Registered only when the real tool paths are beside the project.
+const bool kRealPathSetRegistered = [] {
+    std::error_code ec;
+    if (!std::filesystem::exists(std::filesystem::path(YDNURBS_REALPATHS_DIR) / "README.md", ec)) {
+        return false;
+    }
+    benchmark::RegisterBenchmark("BM_SmoothRealPathSet", BM_SmoothRealPathSet)
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(3);
+    return true;
+}();
 
 }  // namespace

@@ -12,32 +12,31 @@
 
 #include "App.h"
 
-int main(int argc, char** argv) {
-    ydpath::AppOptions opt;
-    CLI::App app{
+namespace {
+
+// The command line: every option writes straight into `opt`, `format` and `quietProgress`.
+void AddOptions(CLI::App& app, ydpath::AppOptions& opt, std::string& format, bool& quietProgress) {
+    app.description(
         "ydpath: smooths a tool path with YdNurbsLib the way a motion controller's host does.\n"
         "Runs of short moves become fitted B-spline curves, long moves stay lines, sharp corners\n"
         "between lines get tangent arcs, and curves meet lines through transition curves, all\n"
-        "within a distance tolerance. Writes a summary to stdout and report.json, plot.svg and\n"
-        "the sampled curves into the output folder. Without INPUT it runs on a bundled sample.",
-        "ydpath"};
+        "within a distance tolerance both ways round. Writes a summary to stdout and\n"
+        "report.json, plot.svg and the sampled curves into the output folder. Without INPUT it\n"
+        "runs on a bundled sample.");
     app.add_option("INPUT", opt.input,
                    "G-code (.nc .ngc .gcode .tap) or point file (one 'x y z' line per point)")
         ->check(CLI::ExistingFile);
-    std::string format = "auto";
-    const std::map<std::string, ydpath::InputFormat> formats = {
-        {"auto", ydpath::InputFormat::Auto},
-        {"gcode", ydpath::InputFormat::Gcode},
-        {"points", ydpath::InputFormat::Points}};
     app.add_option("--format", format, "how to read INPUT: auto (by extension), gcode or points")
         ->check(CLI::IsMember({"auto", "gcode", "points"}))
         ->capture_default_str();
     app.add_option("--tol", opt.smooth.tolerance,
-                   "largest deviation from the input path, a distance (mm for G-code)")
+                   "largest deviation between the smoothed path and the input, either way round, "
+                   "a distance (mm for G-code)")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
     app.add_option("--corner-tol", opt.smooth.cornerTolerance,
-                   "largest distance of a rounded corner from the input corner (default: --tol)")
+                   "largest distance of a rounded corner from the input corner, at most --tol "
+                   "(default: --tol)")
         ->check(CLI::PositiveNumber);
     app.add_option("--max-seg", opt.smooth.maxSegment,
                    "longest segment that may become part of a fitted curve; longer ones stay lines")
@@ -61,10 +60,22 @@ int main(int argc, char** argv) {
                    "also write walk.txt: the points visited stepping this distance along the "
                    "smoothed path")
         ->check(CLI::PositiveNumber);
-    bool quietProgress = false;
     app.add_flag("--no-progress", quietProgress, "no progress on stderr even on a terminal");
     app.set_version_flag("--version", "ydpath 0.1.0");
+}
 
+}  // namespace
+
+int main(int argc, char** argv) {
+    ydpath::AppOptions opt;
+    CLI::App app{"", "ydpath"};
+    std::string format = "auto";
+    bool quietProgress = false;
+    AddOptions(app, opt, format, quietProgress);
+    const std::map<std::string, ydpath::InputFormat> formats = {
+        {"auto", ydpath::InputFormat::Auto},
+        {"gcode", ydpath::InputFormat::Gcode},
+        {"points", ydpath::InputFormat::Points}};
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -42,8 +42,14 @@ YdPoint ToYd(const Point3& p) {
     return YdPoint(p.x, p.y, p.z);
 }
 
-Point3 ToPoint3(const YdPoint& p) {
-    return Point3{p[0], p[1], p[2]};
+int CountWithin(double estimate, int lo, int hi) {
+    if (!(estimate > lo)) {
+        return lo;
+    }
+    if (!(estimate < hi)) {
+        return hi;
+    }
+    return static_cast<int>(estimate);
 }
 
 double Distance(const YdPoint& a, const YdPoint& b) {
@@ -72,22 +78,6 @@ double SegmentDistance(const YdPoint& p, const YdPoint& a, const YdPoint& b) {
     }
     const double t = std::clamp(Dot(Diff(p, a), ab) / len2, 0.0, 1.0);
     return Distance(p, Plus(a, Scaled(ab, t)));
-}
-
-double PolylineDistance(const YdPoint& p, const std::vector<YdPoint>& pts, int first, int last) {
-    first = std::max(first, 0);
-    last = std::min(last, static_cast<int>(pts.size()) - 1);
-    if (first > last) {
-        return 0.0;
-    }
-    if (first == last) {
-        return Distance(p, pts[first]);
-    }
-    double best = Distance(p, pts[first]);
-    for (int i = first; i < last; ++i) {
-        best = std::min(best, SegmentDistance(p, pts[i], pts[i + 1]));
-    }
-    return best;
 }
 
 YdPoint ArcShape::PointAt(double t) const {
@@ -169,6 +159,32 @@ ArcShape ArcShape::FromProgramArc(const ProgramArc& in) {
     return arc;
 }
 
+void SnapCurveEnds(YdBSplineCurve& curve, const YdPoint* start, const YdPoint* end) {
+    std::vector<YdPoint>& cp = curve.CtrlPoints();
+    if (cp.empty()) {
+        return;
+    }
+    if (start != nullptr && Distance(curve.Evaluate(curve.startParam()), *start) < kSnapDistance &&
+        Distance(cp.front(), *start) < kSnapDistance) {
+        cp.front() = *start;
+    }
+    if (end != nullptr && Distance(curve.Evaluate(curve.endParam()), *end) < kSnapDistance &&
+        Distance(cp.back(), *end) < kSnapDistance) {
+        cp.back() = *end;
+    }
+}
+
+double SnapToKnot(const YdBSplineCurve& curve, double u) {
+    // Twice the library's 1e-7 knot tolerance: safely outside it or exactly on the knot.
+    const double reach = 2e-7;
+    for (double k : curve.KnotVec().GetKnots()) {
+        if (std::fabs(k - u) < reach) {
+            return k;
+        }
+    }
+    return u;
+}
+
 YdVector CurveTangent(const YdBSplineCurve& curve, double u) {
     YdPoint p;
     std::vector<YdVector> d;
@@ -207,90 +223,78 @@ double PreciseCurveLength(const YdBSplineCurve& curve, double a, double b) {
     return sum;
 }
 
-double ParamAtLengthFromStart(const YdBSplineCurve& curve, double s) {
-    const double a = curve.startParam();
-    const double b = curve.endParam();
-    if (s <= 0.0) {
-        return a;
+namespace {
+
+// The knot span boundaries of the curve that lie strictly inside (a, b), with a and b, in
+// order (descending when `backward`).
+std::vector<double> SpanStops(const YdBSplineCurve& curve, double a, double b, bool backward) {
+    std::vector<double> stops{a};
+    for (double k : curve.KnotVec().GetKnots()) {
+        if (k > stops.back() && k < b) {
+            stops.push_back(k);
+        }
     }
-    if (CurveLength(curve, a, b) <= s) {
-        return b;
+    stops.push_back(b);
+    if (backward) {
+        std::reverse(stops.begin(), stops.end());
     }
-    double lo = a;
-    double hi = b;
-    for (int i = 0; i < 60 && hi - lo > 1e-13; ++i) {
+    return stops;
+}
+
+// Bisects [lo, hi] for the parameter where length(from, u) reaches s (from = lo going forward,
+// from = hi going backward).
+double BisectLength(const YdBSplineCurve& curve, double lo, double hi, double s, bool backward) {
+    // A cut needs no more than a billionth of a span: it is a choice, not a measurement.
+    for (int i = 0; i < 30 && hi - lo > 1e-13 * std::max(1.0, std::fabs(hi)); ++i) {
         const double mid = 0.5 * (lo + hi);
-        if (CurveLength(curve, a, mid) < s) {
-            lo = mid;
+        const double len = backward ? CurveLength(curve, mid, hi) : CurveLength(curve, lo, mid);
+        if (backward) {
+            if (len < s) {
+                hi = mid;
+                s -= len;
+            } else {
+                lo = mid;
+            }
         } else {
-            hi = mid;
+            if (len < s) {
+                lo = mid;
+                s -= len;
+            } else {
+                hi = mid;
+            }
         }
     }
     return 0.5 * (lo + hi);
 }
 
-double ParamAtLengthFromEnd(const YdBSplineCurve& curve, double s) {
-    const double a = curve.startParam();
-    const double b = curve.endParam();
-    if (s <= 0.0) {
-        return b;
-    }
-    if (CurveLength(curve, a, b) <= s) {
+double ParamAtLength(const YdBSplineCurve& curve, double a, double b, double s, bool backward) {
+    if (!(b > a)) {
         return a;
     }
-    double lo = a;
-    double hi = b;
-    for (int i = 0; i < 60 && hi - lo > 1e-13; ++i) {
-        const double mid = 0.5 * (lo + hi);
-        if (CurveLength(curve, mid, b) < s) {
-            hi = mid;
-        } else {
-            lo = mid;
-        }
+    if (!(s > 0.0)) {
+        return backward ? b : a;
     }
-    return 0.5 * (lo + hi);
+    const std::vector<double> stops = SpanStops(curve, a, b, backward);
+    for (size_t i = 1; i < stops.size(); ++i) {
+        const double lo = std::min(stops[i - 1], stops[i]);
+        const double hi = std::max(stops[i - 1], stops[i]);
+        const double len = CurveLength(curve, lo, hi);
+        if (len >= s) {
+            return BisectLength(curve, lo, hi, s, backward);
+        }
+        s -= len;
+    }
+    return backward ? a : b;
 }
 
-double CurveDistance(const YdBSplineCurve& curve, const YdPoint& p, int samplesPerSpan) {
-    const double a = curve.startParam();
-    const double b = curve.endParam();
-    const int spans = std::max(1, curve.GetNumOfCtrlPnts() - curve.Degree());
-    const int n = std::max(8, spans * std::max(2, samplesPerSpan));
-    double bestU = a;
-    double best = Distance(p, curve.Evaluate(a));
-    for (int i = 1; i <= n; ++i) {
-        const double u = a + (b - a) * i / n;
-        const double d = Distance(p, curve.Evaluate(u));
-        if (d < best) {
-            best = d;
-            bestU = u;
-        }
-    }
-    // Golden-section search on the bracket around the best sample.
-    const double h = (b - a) / n;
-    double lo = std::max(a, bestU - h);
-    double hi = std::min(b, bestU + h);
-    const double g = 0.5 * (std::sqrt(5.0) - 1.0);
-    double x1 = hi - g * (hi - lo);
-    double x2 = lo + g * (hi - lo);
-    double f1 = Distance(p, curve.Evaluate(x1));
-    double f2 = Distance(p, curve.Evaluate(x2));
-    for (int i = 0; i < 60 && hi - lo > 1e-14 * std::max(1.0, std::fabs(b - a)); ++i) {
-        if (f1 < f2) {
-            hi = x2;
-            x2 = x1;
-            f2 = f1;
-            x1 = hi - g * (hi - lo);
-            f1 = Distance(p, curve.Evaluate(x1));
-        } else {
-            lo = x1;
-            x1 = x2;
-            f1 = f2;
-            x2 = lo + g * (hi - lo);
-            f2 = Distance(p, curve.Evaluate(x2));
-        }
-    }
-    return std::min(best, std::min(f1, f2));
+}  // namespace
+
+double ParamAtLengthFrom(const YdBSplineCurve& curve, double a, double b, double s) {
+    return ParamAtLength(curve, a, b, s, false);
+}
+
+double ParamAtLengthTo(const YdBSplineCurve& curve, double a, double b, double s) {
+    return ParamAtLength(curve, a, b, s, true);
 }
 
 }  // namespace ydpath

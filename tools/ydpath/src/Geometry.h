@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "PathReader.h"
+#include "PointMath.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
 #include "YdNurbsLib/geometry/YdPoint.h"
 #include "YdNurbsLib/geometry/YdVector.h"
@@ -14,7 +15,10 @@
 namespace ydpath {
 
 YdPoint ToYd(const Point3& p);
-Point3 ToPoint3(const YdPoint& p);
+
+/// A count from a floating-point estimate, kept within [lo, hi] before it is converted (NaN
+/// gives lo), so that no estimate can overflow the conversion to int.
+int CountWithin(double estimate, int lo, int hi);
 
 double Distance(const YdPoint& a, const YdPoint& b);
 YdVector Unit(const YdVector& v);  ///< the zero vector stays zero
@@ -23,8 +27,6 @@ double AngleBetween(const YdVector& a, const YdVector& b);
 
 /// Distance from p to the segment a-b (to a when a == b).
 double SegmentDistance(const YdPoint& p, const YdPoint& a, const YdPoint& b);
-/// Distance from p to the polyline through pts[first..last] (inclusive indices).
-double PolylineDistance(const YdPoint& p, const std::vector<YdPoint>& pts, int first, int last);
 
 /// A circular arc, possibly helical: start at center + radiusStart * axisU, turning by sweep
 /// radians towards axisV, while rising by `rise` along the normal.
@@ -50,6 +52,19 @@ struct ArcShape {
     static ArcShape FromProgramArc(const ProgramArc& arc);
 };
 
+/// Fitted curves meet their end points through a linear solve, so only to rounding: ends
+/// closer than this are made exact.
+constexpr double kSnapDistance = 1e-7;
+/// Makes the curve start and end exactly at the given points (either may be null) when it
+/// already does to within kSnapDistance: a clamped curve starts at its first control point and
+/// ends at its last.
+void SnapCurveEnds(YdBSplineCurve& curve, const YdPoint* start, const YdPoint* end);
+
+/// u moved onto a knot of the curve when it lies closer to one than the library's knot
+/// insertion tells apart (it would snap there itself), so that a piece extracted from u starts
+/// exactly where the curve is evaluated at u.
+double SnapToKnot(const YdBSplineCurve& curve, double u);
+
 /// Unit tangent of a curve at u (the zero vector when it cannot be evaluated).
 YdVector CurveTangent(const YdBSplineCurve& curve, double u);
 /// Curvature at u (0 when it cannot be evaluated).
@@ -59,12 +74,10 @@ double CurveLength(const YdBSplineCurve& curve, double a, double b);
 /// The same to about 1e-9 relative: the Gauss rule on 16 equal parts of [a, b]. A single-span
 /// transition whose speed changes a lot along it needs this for a length worth reporting.
 double PreciseCurveLength(const YdBSplineCurve& curve, double a, double b);
-/// The parameter whose arc length from the start is s (clamped to the curve).
-double ParamAtLengthFromStart(const YdBSplineCurve& curve, double s);
-/// The parameter whose arc length to the end is s (clamped to the curve).
-double ParamAtLengthFromEnd(const YdBSplineCurve& curve, double s);
-/// Distance from p to the curve: dense sampling, then a local golden-section refinement.
-/// Independent of the library's own point inversion, so that it can check it.
-double CurveDistance(const YdBSplineCurve& curve, const YdPoint& p, int samplesPerSpan = 16);
+/// The parameter in [a, b] whose arc length from a is s (clamped to [a, b]). Walks the knot
+/// spans from a and bisects only within the span where s is reached.
+double ParamAtLengthFrom(const YdBSplineCurve& curve, double a, double b, double s);
+/// The parameter in [a, b] whose arc length to b is s (clamped to [a, b]).
+double ParamAtLengthTo(const YdBSplineCurve& curve, double a, double b, double s);
 
 }  // namespace ydpath

@@ -16,6 +16,8 @@ namespace {
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kInch = 25.4;
+// The largest coordinate read (in millimetres for G-code, in the file's unit for point files).
+constexpr double kMaxCoordinate = 1e9;
 
 std::string Lower(std::string s) {
     for (char& c : s) {
@@ -41,6 +43,67 @@ struct Word {
     double value;
 };
 
+[[noreturn]] void ParametersUnsupported(const std::string& file, int line, char c) {
+    throw InputError(file, line,
+                     std::string("parameters and expressions ('") + c +
+                         "') are not supported; expand them into plain numbers first");
+}
+
+// A number as the user wrote it, shortened when it is very long.
+std::string Shown(const std::string& token) {
+    if (token.size() <= 24) {
+        return token;
+    }
+    return token.substr(0, 20) + "... (" + std::to_string(token.size()) + " characters)";
+}
+
+// The number of a word starting at text[i] (after its letter): an optional sign, then digits
+// and at most one decimal point. Advances i past it.
+double ReadNumber(const std::string& text, size_t& i, char letter, const std::string& file,
+                  int line) {
+    const size_t n = text.size();
+    while (i < n && (text[i] == ' ' || text[i] == '\t')) {
+        ++i;
+    }
+    const size_t start = i;
+    if (i < n && (text[i] == '+' || text[i] == '-')) {
+        ++i;
+    }
+    size_t digits = 0;
+    size_t dots = 0;
+    for (; i < n && (std::isdigit(static_cast<unsigned char>(text[i])) || text[i] == '.'); ++i) {
+        (text[i] == '.' ? dots : digits) += 1;
+    }
+    const std::string token = text.substr(start, i - start);
+    if (token.empty() && i < n && (text[i] == '#' || text[i] == '[')) {
+        ParametersUnsupported(file, line, text[i]);
+    }
+    if (token.empty()) {
+        throw InputError(file, line, std::string("missing number after '") + letter + "'");
+    }
+    // A number glued to further letters of a word ("X1e3", "X12abc") is not G-code: the
+    // letter would start a new word, so only an exponent-like run is caught here.
+    const bool gluedExponent = i < n && (text[i] == 'e' || text[i] == 'E') && i + 1 < n &&
+                               (std::isdigit(static_cast<unsigned char>(text[i + 1])) ||
+                                text[i + 1] == '+' || text[i + 1] == '-');
+    if (digits == 0 || dots > 1 || gluedExponent) {
+        std::string shown = token;
+        for (size_t j = i; j < n && !std::isspace(static_cast<unsigned char>(text[j])) &&
+                           text[j] != '(' && text[j] != ';';
+             ++j) {
+            shown += text[j];
+        }
+        throw InputError(file, line,
+                         "malformed number '" + Shown(shown) + "' after '" + letter + "'");
+    }
+    const double value = std::strtod(token.c_str(), nullptr);
+    if (!std::isfinite(value)) {
+        throw InputError(file, line,
+                         "number '" + Shown(token) + "' after '" + letter + "' is out of range");
+    }
+    return value;
+}
+
 // Splits one G-code line into words. Comments in parentheses and after ';' are dropped.
 std::vector<Word> SplitWords(const std::string& text, const std::string& file, int line) {
     std::vector<Word> words;
@@ -57,73 +120,23 @@ std::vector<Word> SplitWords(const std::string& text, const std::string& file, i
         const char c = text[i];
         if (std::isspace(static_cast<unsigned char>(c)) || c == '%') {
             ++i;
-            continue;
-        }
-        if (c == ';') {
+        } else if (c == ';') {
             break;
-        }
-        if (c == '(') {
+        } else if (c == '(') {
             const size_t close = text.find(')', i + 1);
             if (close == std::string::npos) {
                 throw InputError(file, line, "comment '(' is not closed on this line");
             }
             i = close + 1;
-            continue;
-        }
-        if (c == '#' || c == '[' || c == ']' || c == '=' || c == '<') {
-            throw InputError(file, line,
-                             std::string("parameters and expressions ('") + c +
-                                 "') are not supported; expand them into plain numbers first");
-        }
-        if (!std::isalpha(static_cast<unsigned char>(c))) {
+        } else if (c == '#' || c == '[' || c == ']' || c == '=' || c == '<') {
+            ParametersUnsupported(file, line, c);
+        } else if (!std::isalpha(static_cast<unsigned char>(c))) {
             throw InputError(file, line, std::string("unexpected character '") + c + "'");
-        }
-        const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-        ++i;
-        while (i < n && (text[i] == ' ' || text[i] == '\t')) {
+        } else {
+            const char letter = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
             ++i;
+            words.push_back({letter, ReadNumber(text, i, letter, file, line)});
         }
-        // The number: an optional sign, then digits and at most one decimal point.
-        const size_t start = i;
-        if (i < n && (text[i] == '+' || text[i] == '-')) {
-            ++i;
-        }
-        size_t digits = 0;
-        size_t dots = 0;
-        while (i < n && (std::isdigit(static_cast<unsigned char>(text[i])) || text[i] == '.')) {
-            if (text[i] == '.') {
-                ++dots;
-            } else {
-                ++digits;
-            }
-            ++i;
-        }
-        const std::string token = text.substr(start, i - start);
-        if (token.empty() && i < n && (text[i] == '#' || text[i] == '[')) {
-            throw InputError(file, line,
-                             std::string("parameters and expressions ('") + text[i] +
-                                 "') are not supported; expand them into plain numbers first");
-        }
-        if (token.empty()) {
-            throw InputError(file, line, std::string("missing number after '") + letter + "'");
-        }
-        // A number glued to further letters of a word ("X1e3", "X12abc") is not G-code: the
-        // letter would start a new word, so only an exponent-like run is caught here.
-        const bool gluedExponent = i < n && (text[i] == 'e' || text[i] == 'E') && i + 1 < n &&
-                                   (std::isdigit(static_cast<unsigned char>(text[i + 1])) ||
-                                    text[i + 1] == '+' || text[i + 1] == '-');
-        if (digits == 0 || dots > 1 || gluedExponent) {
-            std::string shown = token;
-            size_t j = i;
-            while (j < n && !std::isspace(static_cast<unsigned char>(text[j])) && text[j] != '(' &&
-                   text[j] != ';') {
-                shown += text[j];
-                ++j;
-            }
-            throw InputError(
-                file, line, std::string("malformed number '") + shown + "' after '" + letter + "'");
-        }
-        words.push_back({letter, std::strtod(token.c_str(), nullptr)});
     }
     return words;
 }
@@ -137,9 +150,41 @@ bool IsIgnoredGcode(int code10) {
     return ignored.count(code10) > 0;
 }
 
+// What one line says: its motion code, axis and arc words, and the modes it sets.
+struct LineWords {
+    int motion = -1;  // motion G-code on this line, times ten
+    bool breakPath = false;
+    bool setPosition = false;
+    bool hasAxis[3] = {false, false, false};
+    double axis[3] = {0.0, 0.0, 0.0};
+    bool hasOffset[3] = {false, false, false};
+    double offset[3] = {0.0, 0.0, 0.0};
+    bool hasR = false;
+    double r = 0.0;
+    bool inches = false;
+    bool relative = false;
+    bool arcAbsolute = false;
+    int plane = 17;
+};
+
+// The plane's in-plane axes (u, v) and the axis along its normal (w), so that u x v = w.
+void PlaneAxes(int plane, int& u, int& v, int& w) {
+    u = plane == 18 ? 2 : (plane == 19 ? 1 : 0);
+    v = plane == 18 ? 0 : (plane == 19 ? 2 : 1);
+    w = plane == 18 ? 1 : (plane == 19 ? 0 : 2);
+}
+
+double& Coord(Point3& p, int k) {
+    return k == 0 ? p.x : (k == 1 ? p.y : p.z);
+}
+
+double Coord(const Point3& p, int k) {
+    return k == 0 ? p.x : (k == 1 ? p.y : p.z);
+}
+
 class GcodeReader {
   public:
-    GcodeReader(const std::string& name) {
+    explicit GcodeReader(const std::string& name) {
         program_.name = name;
         program_.gcode = true;
         program_.unit = "mm";
@@ -151,195 +196,23 @@ class GcodeReader {
         if (words.empty()) {
             return;
         }
-
-        int motion = -1;  // motion G-code on this line, times ten
-        bool breakPath = false;
-        bool setPosition = false;
-        bool hasAxis[3] = {false, false, false};
-        double axis[3] = {0.0, 0.0, 0.0};
-        bool hasOffset[3] = {false, false, false};
-        double offset[3] = {0.0, 0.0, 0.0};
-        bool hasR = false;
-        double r = 0.0;
-        bool newInches = inches_;
-        bool newRelative = relative_;
-        bool newArcAbsolute = arcAbsolute_;
-        int newPlane = plane_;
-
+        LineWords lw;
+        lw.inches = inches_;
+        lw.relative = relative_;
+        lw.arcAbsolute = arcAbsolute_;
+        lw.plane = plane_;
         for (const Word& w : words) {
-            switch (w.letter) {
-                case 'G': {
-                    const int code = static_cast<int>(std::lround(w.value * 10.0));
-                    switch (code) {
-                        case 0:
-                        case 10:
-                        case 20:
-                        case 30:
-                            if (motion >= 0 && motion != code) {
-                                Fail("two motion codes (G" + CodeText(motion) + " and G" +
-                                     CodeText(code) + ") on one line");
-                            }
-                            motion = code;
-                            break;
-                        case 170:
-                        case 180:
-                        case 190:
-                            newPlane = code / 10;
-                            break;
-                        case 200:
-                            newInches = true;
-                            break;
-                        case 210:
-                            newInches = false;
-                            break;
-                        case 900:
-                            newRelative = false;
-                            break;
-                        case 910:
-                            newRelative = true;
-                            break;
-                        case 901:
-                            newArcAbsolute = true;
-                            break;
-                        case 911:
-                            newArcAbsolute = false;
-                            break;
-                        case 280:
-                        case 300:
-                        case 530:
-                            // Moves to a stored or machine position: the cut ends here, and the
-                            // axis words of the line are not work coordinates.
-                            breakPath = true;
-                            break;
-                        case 410:
-                        case 420:
-                            Warn(
-                                "cutter compensation (G41/G42) is ignored: the programmed path "
-                                "is smoothed as written");
-                            break;
-                        case 800:
-                            motion_ = -1;
-                            break;
-                        case 920:
-                            // The current position gets new coordinates; later moves are read
-                            // in that frame.
-                            setPosition = true;
-                            breakPath = true;
-                            break;
-                        case 100:
-                            // Offset tables: the axis words are data, not a move.
-                            breakPath = true;
-                            break;
-                        default:
-                            if (IsIgnoredGcode(code)) {
-                                break;
-                            }
-                            if (code == 730 || code == 760 || (code >= 810 && code <= 890)) {
-                                Fail("canned cycles (G" + CodeText(code) + ") are not supported");
-                            }
-                            Fail("unsupported G-code G" + CodeText(code));
-                    }
-                    break;
-                }
-                case 'X':
-                case 'Y':
-                case 'Z': {
-                    const int k = w.letter - 'X';
-                    if (hasAxis[k]) {
-                        Fail(std::string("axis word ") + w.letter + " given twice on one line");
-                    }
-                    hasAxis[k] = true;
-                    axis[k] = w.value;
-                    break;
-                }
-                case 'I':
-                case 'J':
-                case 'K': {
-                    const int k = w.letter - 'I';
-                    if (hasOffset[k]) {
-                        Fail(std::string("arc word ") + w.letter + " given twice on one line");
-                    }
-                    hasOffset[k] = true;
-                    offset[k] = w.value;
-                    break;
-                }
-                case 'R':
-                    hasR = true;
-                    r = w.value;
-                    break;
-                case 'A':
-                case 'B':
-                case 'C':
-                case 'U':
-                case 'V':
-                case 'W':
-                    Warn(
-                        "rotary and auxiliary axes (A, B, C, U, V, W) are ignored: only X, Y "
-                        "and Z are smoothed");
-                    break;
-                default:
-                    // Feeds, speeds, tools, M-codes, line numbers, dwell times and the like do
-                    // not move the tool.
-                    break;
-            }
+            ReadWord(w, lw);
         }
-
-        inches_ = newInches;
-        relative_ = newRelative;
-        arcAbsolute_ = newArcAbsolute;
-        plane_ = newPlane;
-
-        if (breakPath) {
-            EndPolyline();
-            if (setPosition) {
-                const double scale = inches_ ? kInch : 1.0;
-                if (hasAxis[0]) {
-                    pos_.x = axis[0] * scale;
-                }
-                if (hasAxis[1]) {
-                    pos_.y = axis[1] * scale;
-                }
-                if (hasAxis[2]) {
-                    pos_.z = axis[2] * scale;
-                }
-            }
-            if (motion >= 0) {
-                motion_ = motion;
-            }
-            return;
-        }
-        if (motion >= 0) {
-            motion_ = motion;
-        }
-        const bool anyAxis = hasAxis[0] || hasAxis[1] || hasAxis[2];
-        const bool anyArcWord = hasOffset[0] || hasOffset[1] || hasOffset[2] || hasR;
-        if (!anyAxis && !(anyArcWord && (motion_ == 20 || motion_ == 30))) {
-            return;
-        }
-        if (motion_ < 0) {
-            Fail("axis words without a motion mode (G0, G1, G2 or G3)");
-        }
-        const double scale = inches_ ? kInch : 1.0;
-        Point3 target = pos_;
-        double* t[3] = {&target.x, &target.y, &target.z};
-        const double* p[3] = {&pos_.x, &pos_.y, &pos_.z};
-        for (int k = 0; k < 3; ++k) {
-            if (hasAxis[k]) {
-                *t[k] = relative_ ? *p[k] + axis[k] * scale : axis[k] * scale;
-            }
-        }
-        if (motion_ == 0) {
-            EndPolyline();
-            program_.rapids.push_back({pos_, target});
-        } else if (motion_ == 10) {
-            if (anyArcWord) {
-                Fail("arc words (I, J, K, R) on a straight move");
-            }
-            AddLinear(target);
+        inches_ = lw.inches;
+        relative_ = lw.relative;
+        arcAbsolute_ = lw.arcAbsolute;
+        plane_ = lw.plane;
+        if (lw.breakPath) {
+            BreakPath(lw);
         } else {
-            AddArc(target, hasOffset, offset, hasR, r * scale, scale);
+            Move(lw);
         }
-        pos_ = target;
     }
 
     InputProgram Finish() {
@@ -362,6 +235,188 @@ class GcodeReader {
     static std::string CodeText(int code10) {
         return code10 % 10 == 0 ? std::to_string(code10 / 10)
                                 : std::to_string(code10 / 10) + "." + std::to_string(code10 % 10);
+    }
+
+    // Coordinates far beyond any machine's travel are refused: their squares would lose all
+    // precision or overflow, and nothing sensible can be made of them.
+    void CheckRange(const Point3& p) const {
+        for (double v : {p.x, p.y, p.z}) {
+            if (!(std::fabs(v) <= kMaxCoordinate)) {
+                Fail("coordinate " + FormatNumber(v) + " mm is out of range (at most " +
+                     FormatNumber(kMaxCoordinate) + " mm from the origin)");
+            }
+        }
+    }
+
+    void ReadWord(const Word& w, LineWords& lw) {
+        switch (w.letter) {
+            case 'G':
+                // Codes are compared in tenths; anything far out of that range is no G-code.
+                if (!(std::fabs(w.value) < 10000.0)) {
+                    Fail("unsupported G-code G" + FormatNumber(w.value));
+                }
+                ReadGcodeWord(static_cast<int>(std::lround(w.value * 10.0)), lw);
+                break;
+            case 'X':
+            case 'Y':
+            case 'Z': {
+                const int k = w.letter - 'X';
+                if (lw.hasAxis[k]) {
+                    Fail(std::string("axis word ") + w.letter + " given twice on one line");
+                }
+                lw.hasAxis[k] = true;
+                lw.axis[k] = w.value;
+                break;
+            }
+            case 'I':
+            case 'J':
+            case 'K': {
+                const int k = w.letter - 'I';
+                if (lw.hasOffset[k]) {
+                    Fail(std::string("arc word ") + w.letter + " given twice on one line");
+                }
+                lw.hasOffset[k] = true;
+                lw.offset[k] = w.value;
+                break;
+            }
+            case 'R':
+                lw.hasR = true;
+                lw.r = w.value;
+                break;
+            case 'A':
+            case 'B':
+            case 'C':
+            case 'U':
+            case 'V':
+            case 'W':
+                Warn(
+                    "rotary and auxiliary axes (A, B, C, U, V, W) are ignored: only X, Y "
+                    "and Z are smoothed");
+                break;
+            default:
+                // Feeds, speeds, tools, M-codes, line numbers, dwell times and the like do not
+                // move the tool.
+                break;
+        }
+    }
+
+    void SetMotion(int code, LineWords& lw) const {
+        if (lw.motion >= 0 && lw.motion != code) {
+            Fail("two motion codes (G" + CodeText(lw.motion) + " and G" + CodeText(code) +
+                 ") on one line");
+        }
+        lw.motion = code;
+    }
+
+    void ReadGcodeWord(int code, LineWords& lw) {
+        switch (code) {
+            case 0:
+            case 10:
+            case 20:
+            case 30:
+                SetMotion(code, lw);
+                return;
+            case 170:
+            case 180:
+            case 190:
+                lw.plane = code / 10;
+                return;
+            case 200:
+            case 210:
+                lw.inches = code == 200;
+                return;
+            case 900:
+            case 910:
+                lw.relative = code == 910;
+                return;
+            case 901:
+            case 911:
+                lw.arcAbsolute = code == 901;
+                return;
+            case 280:
+            case 300:
+            case 530:
+                // Moves to a stored or machine position: the cut ends here, and the axis words
+                // of the line are not work coordinates.
+            case 100:
+                // Offset tables: the axis words are data, not a move.
+                lw.breakPath = true;
+                return;
+            case 920:
+                // The current position gets new coordinates; later moves are read in that frame.
+                lw.setPosition = true;
+                lw.breakPath = true;
+                return;
+            case 410:
+            case 420:
+                Warn(
+                    "cutter compensation (G41/G42) is ignored: the programmed path is smoothed "
+                    "as written");
+                return;
+            case 800:
+                motion_ = -1;
+                return;
+            default:
+                break;
+        }
+        if (IsIgnoredGcode(code)) {
+            return;
+        }
+        if (code == 730 || code == 760 || (code >= 810 && code <= 890)) {
+            Fail("canned cycles (G" + CodeText(code) + ") are not supported");
+        }
+        Fail("unsupported G-code G" + CodeText(code));
+    }
+
+    void BreakPath(const LineWords& lw) {
+        EndPolyline();
+        if (lw.setPosition) {
+            const double scale = inches_ ? kInch : 1.0;
+            for (int k = 0; k < 3; ++k) {
+                if (lw.hasAxis[k]) {
+                    Coord(pos_, k) = lw.axis[k] * scale;
+                }
+            }
+            CheckRange(pos_);
+        }
+        if (lw.motion >= 0) {
+            motion_ = lw.motion;
+        }
+    }
+
+    void Move(const LineWords& lw) {
+        if (lw.motion >= 0) {
+            motion_ = lw.motion;
+        }
+        const bool anyAxis = lw.hasAxis[0] || lw.hasAxis[1] || lw.hasAxis[2];
+        const bool anyArcWord = lw.hasOffset[0] || lw.hasOffset[1] || lw.hasOffset[2] || lw.hasR;
+        if (!anyAxis && !(anyArcWord && (motion_ == 20 || motion_ == 30))) {
+            return;
+        }
+        if (motion_ < 0) {
+            Fail("axis words without a motion mode (G0, G1, G2 or G3)");
+        }
+        const double scale = inches_ ? kInch : 1.0;
+        Point3 target = pos_;
+        for (int k = 0; k < 3; ++k) {
+            if (lw.hasAxis[k]) {
+                Coord(target, k) =
+                    relative_ ? Coord(pos_, k) + lw.axis[k] * scale : lw.axis[k] * scale;
+            }
+        }
+        CheckRange(target);
+        if (motion_ == 0) {
+            EndPolyline();
+            program_.rapids.push_back({pos_, target});
+        } else if (motion_ == 10) {
+            if (anyArcWord) {
+                Fail("arc words (I, J, K, R) on a straight move");
+            }
+            AddLinear(target);
+        } else {
+            AddArc(target, lw, scale);
+        }
+        pos_ = target;
     }
 
     void AddLinear(const Point3& target) {
@@ -389,73 +444,76 @@ class GcodeReader {
         inPolyline_ = false;
     }
 
-    void AddArc(const Point3& target, const bool hasOffset[3], const double offset[3], bool hasR,
-                double r, double scale) {
+    // The centre of an arc given by its radius r (negative: the long way round), in the plane
+    // coordinates of its start s and end e.
+    void CentreFromRadius(double su, double sv, double eu, double ev, double r, double scale,
+                          bool clockwise, double& cu, double& cv) const {
+        const double du = eu - su;
+        const double dv = ev - sv;
+        const double chord = std::sqrt(du * du + dv * dv);
+        const double radius = std::fabs(r);
+        if (chord == 0.0) {
+            Fail("an arc given by radius (R) cannot be a full circle");
+        }
+        if (radius == 0.0) {
+            Fail("arc radius R is zero");
+        }
+        if (chord > 2.0 * radius * (1.0 + 1e-9) + 1e-9) {
+            Fail("arc radius R" + FormatNumber(r / scale) +
+                 " is too small for the distance between its end points");
+        }
+        const double h = std::sqrt(std::max(0.0, radius * radius - chord * chord / 4.0));
+        // The centre of a short clockwise arc lies to the right of the chord; a negative R asks
+        // for the long way round.
+        double side = clockwise ? -1.0 : 1.0;
+        if (r < 0.0) {
+            side = -side;
+        }
+        cu = (su + eu) / 2.0 - side * h * dv / chord;
+        cv = (sv + ev) / 2.0 + side * h * du / chord;
+    }
+
+    // The turned angle in (0, 2 pi] from the start to the end about the centre.
+    static double Sweep(double su, double sv, double eu, double ev, double cu, double cv,
+                        bool clockwise) {
+        const double a0 = std::atan2(sv - cv, su - cu);
+        const double a1 = std::atan2(ev - cv, eu - cu);
+        double sweep = clockwise ? a0 - a1 : a1 - a0;
+        while (sweep <= 0.0) {
+            sweep += 2.0 * kPi;
+        }
+        while (sweep > 2.0 * kPi) {
+            sweep -= 2.0 * kPi;
+        }
+        return eu == su && ev == sv ? 2.0 * kPi : sweep;
+    }
+
+    void AddArc(const Point3& target, const LineWords& lw, double scale) {
         EndPolyline();
-        // In-plane axes (u, v) and the axis along the normal (w), so that u x v = w.
         int u = 0;
         int v = 1;
         int w = 2;
-        if (plane_ == 18) {
-            u = 2;
-            v = 0;
-            w = 1;
-        } else if (plane_ == 19) {
-            u = 1;
-            v = 2;
-            w = 0;
-        }
-        auto get = [](const Point3& p, int k) { return k == 0 ? p.x : (k == 1 ? p.y : p.z); };
-        auto set = [](Point3& p, int k, double val) {
-            (k == 0 ? p.x : (k == 1 ? p.y : p.z)) = val;
-        };
-        const double su = get(pos_, u);
-        const double sv = get(pos_, v);
-        const double eu = get(target, u);
-        const double ev = get(target, v);
+        PlaneAxes(plane_, u, v, w);
+        const double su = Coord(pos_, u);
+        const double sv = Coord(pos_, v);
+        const double eu = Coord(target, u);
+        const double ev = Coord(target, v);
         const bool clockwise = motion_ == 20;
         double cu = 0.0;
         double cv = 0.0;
-        if (hasR) {
-            if (hasOffset[u] || hasOffset[v]) {
+        if (lw.hasR) {
+            if (lw.hasOffset[u] || lw.hasOffset[v]) {
                 Fail("arc given both by radius (R) and by centre (I, J, K)");
             }
-            const double du = eu - su;
-            const double dv = ev - sv;
-            const double chord = std::sqrt(du * du + dv * dv);
-            const double radius = std::fabs(r);
-            if (chord == 0.0) {
-                Fail("an arc given by radius (R) cannot be a full circle");
-            }
-            if (radius == 0.0) {
-                Fail("arc radius R is zero");
-            }
-            if (chord > 2.0 * radius * (1.0 + 1e-9) + 1e-9) {
-                Fail("arc radius R" + FormatNumber(r / scale) +
-                     " is too small for the distance between its end points");
-            }
-            const double h = std::sqrt(std::max(0.0, radius * radius - chord * chord / 4.0));
-            // The centre of a short clockwise arc lies to the right of the chord; a negative R
-            // asks for the long way round.
-            double side = clockwise ? -1.0 : 1.0;
-            if (r < 0.0) {
-                side = -side;
-            }
-            cu = (su + eu) / 2.0 - side * h * dv / chord;
-            cv = (sv + ev) / 2.0 + side * h * du / chord;
+            CentreFromRadius(su, sv, eu, ev, lw.r * scale, scale, clockwise, cu, cv);
         } else {
-            if (!hasOffset[u] && !hasOffset[v]) {
+            if (!lw.hasOffset[u] && !lw.hasOffset[v]) {
                 Fail("arc without a centre (I, J, K) or radius (R)");
             }
-            const double ou = offset[u] * scale;
-            const double ov = offset[v] * scale;
-            if (arcAbsolute_) {
-                cu = hasOffset[u] ? ou : su;
-                cv = hasOffset[v] ? ov : sv;
-            } else {
-                cu = su + ou;
-                cv = sv + ov;
-            }
+            const double ou = lw.offset[u] * scale;
+            const double ov = lw.offset[v] * scale;
+            cu = arcAbsolute_ ? (lw.hasOffset[u] ? ou : su) : su + ou;
+            cv = arcAbsolute_ ? (lw.hasOffset[v] ? ov : sv) : sv + ov;
         }
         const double r0 = std::hypot(su - cu, sv - cv);
         const double r1 = std::hypot(eu - cu, ev - cv);
@@ -466,33 +524,20 @@ class GcodeReader {
             Fail("arc end point is " + FormatNumber(std::fabs(r0 - r1)) +
                  " mm off the circle through its start point");
         }
-        const double a0 = std::atan2(sv - cv, su - cu);
-        const double a1 = std::atan2(ev - cv, eu - cu);
-        double sweep = clockwise ? a0 - a1 : a1 - a0;
-        while (sweep <= 0.0) {
-            sweep += 2.0 * kPi;
-        }
-        while (sweep > 2.0 * kPi) {
-            sweep -= 2.0 * kPi;
-        }
-        if (eu == su && ev == sv) {
-            sweep = 2.0 * kPi;
-        }
         InputPiece piece;
         piece.kind = InputPiece::Kind::Arc;
         piece.firstLine = line_;
         piece.lastLine = line_;
         piece.arc.start = pos_;
         piece.arc.end = target;
-        Point3 center = pos_;
-        set(center, u, cu);
-        set(center, v, cv);
-        set(center, w, get(pos_, w));
-        piece.arc.center = center;
+        piece.arc.center = pos_;
+        Coord(piece.arc.center, u) = cu;
+        Coord(piece.arc.center, v) = cv;
+        CheckRange(piece.arc.center);
         piece.arc.plane = plane_;
         piece.arc.clockwise = clockwise;
         piece.arc.radius = r0;
-        piece.arc.sweep = sweep;
+        piece.arc.sweep = Sweep(su, sv, eu, ev, cu, cv, clockwise);
         program_.pieces.push_back(std::move(piece));
         lastMoveLine_ = line_;
     }
@@ -603,7 +648,12 @@ InputProgram ReadPointFile(std::istream& in, const std::string& name) {
                 throw InputError(name, line, "malformed number '" + tokens[k] + "'");
             }
             if (!std::isfinite(v[k])) {
-                throw InputError(name, line, "number '" + tokens[k] + "' is not finite");
+                throw InputError(name, line, "number '" + Shown(tokens[k]) + "' is not finite");
+            }
+            if (!(std::fabs(v[k]) <= kMaxCoordinate)) {
+                throw InputError(name, line,
+                                 "coordinate " + FormatNumber(v[k]) + " is out of range (at most " +
+                                     FormatNumber(kMaxCoordinate) + " from the origin)");
             }
         }
         const Point3 p{v[0], v[1], v[2]};

@@ -13,7 +13,9 @@
 // G10 data lines end the current run and do not move the tracked position (the tool's next
 // move is expected to be absolute). Settings that do not move the tool (feeds, speeds, tools,
 // work offsets, path modes) are accepted silently. Anything else - canned cycles, other
-// motion codes, parameters and expressions - is an InputError naming the line.
+// motion codes, parameters and expressions - is an InputError naming the line, and so is a
+// number that does not fit a double and a coordinate more than 1e9 (mm, or the point file's
+// unit) from the origin: far beyond any machine, and its square would overflow.
 
 #include <iosfwd>
 #include <stdexcept>

@@ -157,12 +157,11 @@ int SamplesFor(const Element& e, double screenScale) {
     if (e.kind == ElementKind::Line) {
         return 1;
     }
-    const double screenLen = e.length * screenScale;
-    int n = static_cast<int>(screenLen / 1.5);
-    if (e.curve) {
-        n = std::max(n, 4 * e.curve->GetNumOfCtrlPnts());
+    double n = e.length * screenScale / 1.5;
+    if (CarriesCurve(e.kind)) {
+        n = std::max(n, 4.0 * e.curve->GetNumOfCtrlPnts());
     }
-    return std::clamp(n, 12, 3000);
+    return CountWithin(n, 12, 3000);
 }
 
 std::string PolyPoints(const std::vector<YdPoint>& pts, const View& v) {
@@ -185,9 +184,12 @@ std::string PathData(const std::vector<YdPoint>& pts, const View& v) {
     return s;
 }
 
-// 10^d written out: 1000, 10, 1, 0.1, 0.001.
+// 10^d written out: 1000, 10, 1, 0.1, 0.001; beyond a million either way as 1e7, 1e-7.
 std::string Decade(double d) {
-    const int e = static_cast<int>(std::lround(d));
+    const int e = CountWithin(std::round(d), -400, 400);
+    if (e > 6 || e < -6) {
+        return "1e" + std::to_string(e);
+    }
     if (e >= 0) {
         return "1" + std::string(static_cast<size_t>(e), '0');
     }
@@ -211,53 +213,55 @@ double NiceLength(double target) {
 struct Spot {
     int path = -1;
     int element = -1;  // the join element
+    int vertex = -1;   // the input corner's index
     YdPoint where;     // the input corner
     std::string label;
     double turn = 0.0;
 };
 
+const char* JoinLabel(JoinKind kind) {
+    switch (kind) {
+        case JoinKind::Arc:
+            return "corner arc";
+        case JoinKind::Transition:
+            return "transition";
+        case JoinKind::Bridge:
+            return "bridge";
+        case JoinKind::Tangent:
+        case JoinKind::Stop:
+            break;
+    }
+    return "";
+}
+
+// The sharpest join of each kind that made an element: arc, transition, bridge.
 std::vector<Spot> PickSpots(const SmoothResult& result) {
-    // The sharpest corner of each kind of join.
     Spot best[3];
     for (size_t p = 0; p < result.paths.size(); ++p) {
         const SmoothedPath& path = result.paths[p];
-        size_t joinIndex = 0;
-        for (size_t i = 0; i < path.elements.size(); ++i) {
-            const Element& e = path.elements[i];
-            if (e.kind != ElementKind::Arc && e.kind != ElementKind::Transition) {
+        for (const Join& join : path.joins) {
+            if (join.element < 0 || join.vertex < 0 ||
+                join.vertex >= static_cast<int>(path.points.size())) {
                 continue;
             }
-            // Find the join that made it.
-            const Join* join = nullptr;
-            for (; joinIndex < path.joins.size(); ++joinIndex) {
-                if (path.joins[joinIndex].vertex == e.firstPoint &&
-                    path.joins[joinIndex].how != "tangent" && path.joins[joinIndex].how != "stop") {
-                    join = &path.joins[joinIndex];
-                    ++joinIndex;
-                    break;
-                }
-            }
-            if (join == nullptr || e.firstPoint < 0) {
+            const int slot =
+                join.kind == JoinKind::Arc ? 0 : (join.kind == JoinKind::Transition ? 1 : 2);
+            if (join.turnDegrees <= best[slot].turn) {
                 continue;
             }
-            const int slot = join->how == "arc" ? 0 : (join->how == "transition" ? 1 : 2);
-            if (join->turnDegrees > best[slot].turn) {
-                best[slot].path = static_cast<int>(p);
-                best[slot].element = static_cast<int>(i);
-                best[slot].where = path.points[e.firstPoint];
-                best[slot].turn = join->turnDegrees;
-                char buf[160];
-                std::snprintf(
-                    buf, sizeof(buf), "%s \xC2\xB7 path %d \xC2\xB7 line %d \xC2\xB7 %.0f\xC2\xB0",
-                    join->how == "arc"          ? "corner arc"
-                    : join->how == "transition" ? "transition"
-                                                : "bridge",
-                    static_cast<int>(p) + 1,
-                    e.firstPoint < static_cast<int>(path.lines.size()) ? path.lines[e.firstPoint]
-                                                                       : 0,
-                    join->turnDegrees);
-                best[slot].label = buf;
-            }
+            Spot& s = best[slot];
+            s.path = static_cast<int>(p);
+            s.element = join.element;
+            s.vertex = join.vertex;
+            s.where = path.points[join.vertex];
+            s.turn = join.turnDegrees;
+            char buf[160];
+            std::snprintf(
+                buf, sizeof(buf), "%s \xC2\xB7 path %d \xC2\xB7 line %d \xC2\xB7 %.0f\xC2\xB0",
+                JoinLabel(join.kind), static_cast<int>(p) + 1,
+                join.vertex < static_cast<int>(path.lines.size()) ? path.lines[join.vertex] : 0,
+                join.turnDegrees);
+            s.label = buf;
         }
     }
     std::vector<Spot> spots;
@@ -334,7 +338,7 @@ class Plotter {
             << result_.count(ElementKind::Arc) << " corner arcs, "
             << result_.count(ElementKind::Line) << " lines; tolerance "
             << G(info_.options.tolerance) << unit << ", largest deviation "
-            << G(result_.maxDeviation) << unit;
+            << G(result_.maxDeviation()) << unit;
         out_ << "<text x=\"" << F(kMargin) << "\" y=\"58\" font-size=\"14\" fill=\"#444\">"
              << Esc(sub.str()) << "</text>\n";
         // Legend.
@@ -409,7 +413,8 @@ class Plotter {
                      << "stroke-linejoin=\"round\" data-path=\"" << p + 1 << "\" data-element=\""
                      << i + 1 << "\"><title>path " << p + 1 << ", element " << i + 1 << ": "
                      << KindName(e.kind) << ", length " << G(e.length) << ", deviation "
-                     << G(e.deviation) << "</title></path>\n";
+                     << G(e.deviation.pathToInput) << " path to input, "
+                     << G(e.deviation.inputToPath) << " input to path</title></path>\n";
             }
         }
         // Curvature maxima.
@@ -471,8 +476,8 @@ class Plotter {
              << "\" height=\"" << F(kInsetSize) << "\" fill=\"#fafafa\" stroke=\"#888\"/>\n";
         out_ << "<g clip-path=\"url(#" << clip << ")\">\n";
         // The input near the corner.
-        const int lo = std::max(0, join.firstPoint - 40);
-        const int hi = std::min(static_cast<int>(path.points.size()) - 1, join.firstPoint + 40);
+        const int lo = std::max(0, spot.vertex - 40);
+        const int hi = std::min(static_cast<int>(path.points.size()) - 1, spot.vertex + 40);
         std::vector<YdPoint> input(path.points.begin() + lo, path.points.begin() + hi + 1);
         out_ << "<polyline points=\"" << PolyPoints(input, v) << "\" fill=\"none\" stroke=\""
              << kInputColour << "\" stroke-width=\"3\"/>\n";
@@ -530,12 +535,29 @@ class Plotter {
              << "around the input corner</text>\n";
     }
 
-    void Chart(double top) {
-        const double left = kMargin + 40;
-        const double right = kWidth - kMargin;
-        const double width = right - left;
-        const double bottom = top + kChartHeight;
-        // Extent of both axes.
+    // Where the curvature chart puts arc length (x) and curvature (y, log scale).
+    struct ChartScale {
+        double left = 0.0;
+        double right = 0.0;
+        double top = 0.0;
+        double bottom = 0.0;
+        double total = 1.0;  // arc length of the whole smoothed path
+        double decMin = -1.0;
+        double decMax = 0.0;
+        double X(double s) const { return left + s / total * (right - left); }
+        double Y(double k) const {
+            const double lk = k > 0.0 ? std::log10(k) : decMin;
+            const double f = (std::clamp(lk, decMin, decMax) - decMin) / (decMax - decMin);
+            return bottom - f * kChartHeight;
+        }
+    };
+
+    ChartScale ChartExtent(double top) const {
+        ChartScale cs;
+        cs.left = kMargin + 40;
+        cs.right = kWidth - kMargin;
+        cs.top = top;
+        cs.bottom = top + kChartHeight;
         double total = 0.0;
         double kMax = 0.0;
         double kMin = std::numeric_limits<double>::infinity();
@@ -543,123 +565,129 @@ class Plotter {
             for (const Element& e : path.elements) {
                 total += e.length;
                 kMax = std::max(kMax, e.maxCurvature);
-                if (e.kind != ElementKind::Line) {
-                    for (double t : {0.0, 0.25, 0.5, 0.75, 1.0}) {
-                        const double k = e.CurvatureAt(t);
-                        if (k > 0.0) {
-                            kMin = std::min(kMin, k);
-                        }
-                    }
+                for (double t : {0.0, 0.25, 0.5, 0.75, 1.0}) {
+                    const double k = e.kind == ElementKind::Line ? 0.0 : e.CurvatureAt(t);
+                    kMin = k > 0.0 ? std::min(kMin, k) : kMin;
                 }
             }
         }
-        if (!(total > 0.0)) {
-            total = 1.0;
-        }
-        if (!(kMax > 0.0)) {
-            kMax = 1.0;
-        }
-        if (!std::isfinite(kMin)) {
-            kMin = kMax / 100.0;
-        }
-        const double decMax = std::ceil(std::log10(kMax));
-        const double decMin =
-            std::min(decMax - 1.0, std::max(std::floor(std::log10(kMin)), decMax - 6.0));
-        auto X = [&](double s) { return left + s / total * width; };
-        auto Y = [&](double k) {
-            const double lk = k > 0.0 ? std::log10(k) : decMin;
-            const double f = (std::clamp(lk, decMin, decMax) - decMin) / (decMax - decMin);
-            return bottom - f * kChartHeight;
-        };
+        cs.total = total > 0.0 && std::isfinite(total) ? total : 1.0;
+        kMax = kMax > 0.0 && std::isfinite(kMax) ? kMax : 1.0;
+        kMin = kMin > 0.0 && kMin <= kMax ? kMin : kMax / 100.0;
+        cs.decMax = std::ceil(std::log10(kMax));
+        cs.decMin =
+            std::min(cs.decMax - 1.0, std::max(std::floor(std::log10(kMin)), cs.decMax - 6.0));
+        return cs;
+    }
+
+    void ChartFrame(const ChartScale& cs) {
         const std::string unit = info_.unit.empty() ? "length unit" : info_.unit;
-        out_ << "<text x=\"" << F(kMargin) << "\" y=\"" << F(top - 14)
+        out_ << "<text x=\"" << F(kMargin) << "\" y=\"" << F(cs.top - 14)
              << "\" font-size=\"15\" font-weight=\"bold\" fill=\"#222\">Curvature along the "
              << "smoothed path</text>\n";
-        out_ << "<text x=\"" << F(kMargin + 340) << "\" y=\"" << F(top - 14)
+        out_ << "<text x=\"" << F(kMargin + 340) << "\" y=\"" << F(cs.top - 14)
              << "\" font-size=\"12\" fill=\"#555\">1/" << Esc(unit)
              << ", log scale; lines drawn on the bottom edge; where a controller must slow "
              << "down</text>\n";
-        out_ << "<rect x=\"" << F(left) << "\" y=\"" << F(top) << "\" width=\"" << F(width)
-             << "\" height=\"" << F(kChartHeight) << "\" fill=\"#fcfcfc\" stroke=\"#999\"/>\n";
-        for (double d = decMin; d <= decMax + 1e-9; d += 1.0) {
-            const double y = Y(std::pow(10.0, d));
-            out_ << "<line x1=\"" << F(left) << "\" y1=\"" << F(y) << "\" x2=\"" << F(right)
+        out_ << "<rect x=\"" << F(cs.left) << "\" y=\"" << F(cs.top) << "\" width=\""
+             << F(cs.right - cs.left) << "\" height=\"" << F(kChartHeight)
+             << "\" fill=\"#fcfcfc\" stroke=\"#999\"/>\n";
+        const int decades = CountWithin(cs.decMax - cs.decMin, 1, 6);
+        for (int i = 0; i <= decades; ++i) {
+            const double d = cs.decMin + i;
+            const double y = cs.Y(std::pow(10.0, d));
+            out_ << "<line x1=\"" << F(cs.left) << "\" y1=\"" << F(y) << "\" x2=\"" << F(cs.right)
                  << "\" y2=\"" << F(y) << "\" stroke=\"#e2e2e2\"/>\n";
-            out_ << "<text x=\"" << F(left - 6) << "\" y=\"" << F(y + 4)
+            out_ << "<text x=\"" << F(cs.left - 6) << "\" y=\"" << F(y + 4)
                  << "\" font-size=\"11\" fill=\"#444\" text-anchor=\"end\">" << Decade(d)
                  << "</text>\n";
         }
-        const double tick = NiceLength(total / 8.0);
-        for (double s = 0.0; s <= total + 1e-9; s += tick) {
-            out_ << "<line x1=\"" << F(X(s)) << "\" y1=\"" << F(bottom) << "\" x2=\"" << F(X(s))
-                 << "\" y2=\"" << F(bottom + 5) << "\" stroke=\"#444\"/>\n";
-            out_ << "<text x=\"" << F(X(s)) << "\" y=\"" << F(bottom + 18)
+        const double tick = NiceLength(cs.total / 8.0);
+        const int ticks = CountWithin(cs.total / tick * (1.0 + 1e-12), 0, 64);
+        for (int i = 0; i <= ticks; ++i) {
+            const double s = i * tick;
+            out_ << "<line x1=\"" << F(cs.X(s)) << "\" y1=\"" << F(cs.bottom) << "\" x2=\""
+                 << F(cs.X(s)) << "\" y2=\"" << F(cs.bottom + 5) << "\" stroke=\"#444\"/>\n";
+            out_ << "<text x=\"" << F(cs.X(s)) << "\" y=\"" << F(cs.bottom + 18)
                  << "\" font-size=\"11\" fill=\"#444\" text-anchor=\"middle\">" << G(s)
                  << "</text>\n";
         }
-        out_ << "<text x=\"" << F(right) << "\" y=\"" << F(bottom + 36)
+        out_ << "<text x=\"" << F(cs.right) << "\" y=\"" << F(cs.bottom + 36)
              << "\" font-size=\"12\" fill=\"#444\" text-anchor=\"end\">arc length along the "
              << "smoothed path (" << Esc(unit) << ")</text>\n";
+        out_ << "<text x=\"" << F(cs.left - 40) << "\" y=\"" << F(cs.top + kChartHeight / 2)
+             << "\" font-size=\"12\" fill=\"#444\" text-anchor=\"middle\" transform=\"rotate(-90 "
+             << F(cs.left - 40) << " " << F(cs.top + kChartHeight / 2) << ")\">curvature</text>\n";
+    }
+
+    // Curvature against arc length along one element that starts at arc length s0.
+    static std::vector<std::pair<double, double>> CurvatureProfile(const Element& e, double s0) {
+        if (e.kind == ElementKind::Line) {
+            return {{s0, 0.0}, {s0 + e.length, 0.0}};
+        }
+        if (CarriesArc(e.kind)) {
+            return {{s0, e.maxCurvature}, {s0 + e.length, e.maxCurvature}};
+        }
+        const Sampled smp = SampleElement(e, std::clamp(4 * e.curve->GetNumOfCtrlPnts(), 16, 1500));
+        double chord = 0.0;
+        std::vector<double> acc(smp.p.size(), 0.0);
+        for (size_t i = 1; i < smp.p.size(); ++i) {
+            chord += Distance(smp.p[i - 1], smp.p[i]);
+            acc[i] = chord;
+        }
+        const double scale = chord > 0.0 ? e.length / chord : 0.0;
+        std::vector<std::pair<double, double>> pts;
+        for (size_t i = 0; i < smp.p.size(); ++i) {
+            pts.emplace_back(s0 + acc[i] * scale, e.CurvatureAt(smp.t[i]));
+        }
+        return pts;
+    }
+
+    void ChartElement(const ChartScale& cs, const Element& e, double s0) {
+        const std::vector<std::pair<double, double>> pts = CurvatureProfile(e, s0);
+        std::string ps;
+        for (size_t i = 0; i < pts.size(); ++i) {
+            ps += (i ? " " : "") + F(cs.X(pts[i].first)) + "," + F(cs.Y(pts[i].second));
+        }
+        if (e.kind == ElementKind::Arc && cs.X(s0 + e.length) - cs.X(s0) < 4.0) {
+            // A corner arc is far shorter than a pixel here: show it as a short bar.
+            const double xm = cs.X(s0 + 0.5 * e.length);
+            ps = F(xm - 2.0) + "," + F(cs.Y(e.maxCurvature)) + " " + F(xm + 2.0) + "," +
+                 F(cs.Y(e.maxCurvature));
+        }
+        out_ << "<polyline points=\"" << ps << "\" fill=\"none\" stroke=\"" << KindColour(e.kind)
+             << "\" stroke-width=\""
+             << (e.kind == ElementKind::Line || e.kind == ElementKind::Arc ? "3" : "1.4")
+             << "\"/>\n";
+        if (!CarriesCurve(e.kind)) {
+            return;
+        }
+        // Peaks sit at their arc length within the element.
+        const double a = e.curve->startParam();
+        for (const CurvaturePeak& pk : e.peaks) {
+            if (pk.significant) {
+                const double s = s0 + CurveLength(*e.curve, a, pk.u);
+                out_ << "<circle cx=\"" << F(cs.X(s)) << "\" cy=\"" << F(cs.Y(pk.curvature))
+                     << "\" r=\"3\" fill=\"none\" stroke=\"" << kPeakColour << "\"/>\n";
+            }
+        }
+    }
+
+    void Chart(double top) {
+        const ChartScale cs = ChartExtent(top);
+        ChartFrame(cs);
         double s0 = 0.0;
         for (size_t p = 0; p < result_.paths.size(); ++p) {
-            const SmoothedPath& path = result_.paths[p];
             if (p > 0) {
-                out_ << "<line x1=\"" << F(X(s0)) << "\" y1=\"" << F(top) << "\" x2=\"" << F(X(s0))
-                     << "\" y2=\"" << F(bottom)
+                out_ << "<line x1=\"" << F(cs.X(s0)) << "\" y1=\"" << F(cs.top) << "\" x2=\""
+                     << F(cs.X(s0)) << "\" y2=\"" << F(cs.bottom)
                      << "\" stroke=\"#bbb\" stroke-dasharray=\"2 3\"/>\n";
             }
-            for (const Element& e : path.elements) {
-                std::vector<std::pair<double, double>> pts;
-                if (e.kind == ElementKind::Line) {
-                    pts = {{s0, 0.0}, {s0 + e.length, 0.0}};
-                } else if (e.kind == ElementKind::Arc || e.kind == ElementKind::ProgramArc) {
-                    pts = {{s0, e.maxCurvature}, {s0 + e.length, e.maxCurvature}};
-                } else {
-                    const int n = std::clamp(4 * e.curve->GetNumOfCtrlPnts(), 16, 1500);
-                    const Sampled smp = SampleElement(e, n);
-                    double chord = 0.0;
-                    std::vector<double> acc(smp.p.size(), 0.0);
-                    for (size_t i = 1; i < smp.p.size(); ++i) {
-                        chord += Distance(smp.p[i - 1], smp.p[i]);
-                        acc[i] = chord;
-                    }
-                    const double scale = chord > 0.0 ? e.length / chord : 0.0;
-                    for (size_t i = 0; i < smp.p.size(); ++i) {
-                        pts.emplace_back(s0 + acc[i] * scale, e.CurvatureAt(smp.t[i]));
-                    }
-                }
-                std::string ps;
-                for (size_t i = 0; i < pts.size(); ++i) {
-                    ps += (i ? " " : "") + F(X(pts[i].first)) + "," + F(Y(pts[i].second));
-                }
-                if (e.kind == ElementKind::Arc && X(s0 + e.length) - X(s0) < 4.0) {
-                    // A corner arc is far shorter than a pixel here: show it as a short bar.
-                    const double xm = X(s0 + 0.5 * e.length);
-                    ps = F(xm - 2.0) + "," + F(Y(e.maxCurvature)) + " " + F(xm + 2.0) + "," +
-                         F(Y(e.maxCurvature));
-                }
-                out_ << "<polyline points=\"" << ps << "\" fill=\"none\" stroke=\""
-                     << KindColour(e.kind) << "\" stroke-width=\""
-                     << (e.kind == ElementKind::Line || e.kind == ElementKind::Arc ? "3" : "1.4")
-                     << "\"/>\n";
-                if (!e.peaks.empty() && e.curve) {
-                    // Peaks sit at their arc length within the element.
-                    const double a = e.curve->startParam();
-                    for (const CurvaturePeak& pk : e.peaks) {
-                        if (!pk.significant) {
-                            continue;
-                        }
-                        const double s = s0 + CurveLength(*e.curve, a, pk.u);
-                        out_ << "<circle cx=\"" << F(X(s)) << "\" cy=\"" << F(Y(pk.curvature))
-                             << "\" r=\"3\" fill=\"none\" stroke=\"" << kPeakColour << "\"/>\n";
-                    }
-                }
+            for (const Element& e : result_.paths[p].elements) {
+                ChartElement(cs, e, s0);
                 s0 += e.length;
             }
         }
-        out_ << "<text x=\"" << F(left - 40) << "\" y=\"" << F(top + kChartHeight / 2)
-             << "\" font-size=\"12\" fill=\"#444\" text-anchor=\"middle\" transform=\"rotate(-90 "
-             << F(left - 40) << " " << F(top + kChartHeight / 2) << ")\">curvature</text>\n";
     }
 
     std::ostream& out_;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iomanip>
 #include <ostream>
+#include <sstream>
+#include <stdexcept>
 
 #include "YdNurbsLib/filters/YdCurveFitFilter.h"
 
@@ -73,7 +75,7 @@ class Walker {
 
     void WalkLine(const Element& e) {
         const double len = Distance(e.start, e.end);
-        const int steps = static_cast<int>(std::floor(len / step_));
+        const int steps = CountWithin(std::floor(len / step_), 0, kMaxWalkPoints);
         for (int k = 1; k <= steps; ++k) {
             const double t = k * step_ / len;
             if (t < 1.0) {
@@ -91,7 +93,7 @@ class Walker {
         YdPoint current = e.start;
         // A quarter turn per step at most would take 4 steps for a right angle; the limit only
         // guards against a filter that never reports the end.
-        const int limit = static_cast<int>(std::ceil(e.length / step_)) + 8;
+        const int limit = CountWithin(std::ceil(e.length / step_), 0, kMaxWalkPoints) + 8;
         for (int k = 0; k < limit; ++k) {
             YdPoint next;
             const bool inside = filter.interpolate(current, step_, next, true);
@@ -109,7 +111,7 @@ class Walker {
 
     void WalkProgramArc(const Element& e) {
         const double len = e.arc.Length();
-        const int steps = static_cast<int>(std::floor(len / step_));
+        const int steps = CountWithin(std::floor(len / step_), 0, kMaxWalkPoints);
         double prevT = 0.0;
         for (int k = 1; k <= steps + 1; ++k) {
             const double t = std::min(1.0, k * step_ / len);
@@ -156,7 +158,7 @@ class Walker {
         double u = a;
         // Each step moves forward by a whole step of chord, so the count is bounded by the
         // curve's length; the limit only guards against a search that stalls.
-        const int limit = static_cast<int>(std::ceil(e.length / step_)) * 2 + 16;
+        const int limit = CountWithin(std::ceil(e.length / step_), 0, kMaxWalkPoints) * 2 + 16;
         for (int k = 0; k < limit; ++k) {
             const YdPoint here = c.Evaluate(u);
             if (Distance(here, endPoint) <= step_ && CurveLength(c, u, b) <= step_ * 1.000001) {
@@ -195,12 +197,31 @@ class Walker {
 
 }  // namespace
 
+double EstimateWalkPoints(const SmoothResult& result, double step) {
+    double points = 0.0;
+    for (const SmoothedPath& path : result.paths) {
+        for (const Element& e : path.elements) {
+            points += std::ceil(e.length / step) + 1.0;
+        }
+    }
+    return points;
+}
+
 WalkResult WalkPaths(const SmoothResult& result, double step) {
+    if (!(step > 0.0) || !std::isfinite(step)) {
+        throw std::invalid_argument("the walk step must be a positive length");
+    }
+    const double estimate = EstimateWalkPoints(result, step);
+    if (!(estimate <= kMaxWalkPoints)) {
+        std::ostringstream os;
+        os.precision(3);
+        os << "a walk in steps of " << step << " would visit about " << estimate
+           << " points, more than the " << kMaxWalkPoints
+           << " a walk may have: choose a larger --walk step";
+        throw std::invalid_argument(os.str());
+    }
     WalkResult out;
     out.step = step;
-    if (!(step > 0.0)) {
-        return out;
-    }
     Walker walker(step, out);
     for (size_t i = 0; i < result.paths.size(); ++i) {
         walker.WalkPath(result.paths[i], static_cast<int>(i));

@@ -32,7 +32,16 @@ struct WalkResult {
     double longestStep = 0.0;
 };
 
-/// Walks every path with the given step (a length > 0).
+/// The most points a walk may visit: a step far too small for the path (1e-9 over metres) is
+/// refused rather than left to run for hours and fill the memory.
+constexpr long kMaxWalkPoints = 2000000;
+
+/// About how many points a walk of the path with this step visits (at least one per element).
+double EstimateWalkPoints(const SmoothResult& result, double step);
+
+/// Walks every path with the given step (a length > 0). Throws std::invalid_argument, naming
+/// the problem, for a step that is not a positive finite length or that would visit more than
+/// kMaxWalkPoints points.
 WalkResult WalkPaths(const SmoothResult& result, double step);
 
 /// Writes the walk as a point file: "x y z" lines, paths separated by comment lines.
