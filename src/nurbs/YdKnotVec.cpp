@@ -168,6 +168,16 @@ void WriteOddDegreeInterior(const ConstrainedKnotPlan& pl, const std::vector<dou
     }
 }
 
+// Clamps the interior knots (all but p + 1 at each end) into [front, back]. Chord-length
+// parameters are accumulated and only the last is set to exactly 1, so when the last chords
+// are tiny the ones before it can round a few ulps above it; clamped, the knots stay in order.
+// Knots placed from ordered parameters already lie in the range and are never moved.
+void ClampInterior(std::vector<double>& knots, int p, double front, double back) {
+    for (std::size_t i = idx(p) + 1; i + idx(p) + 1 < knots.size(); ++i) {
+        knots[i] = std::min(back, std::max(front, knots[i]));
+    }
+}
+
 }  // namespace
 
 YdKnotVec::YdKnotVec() = default;
@@ -329,6 +339,7 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
         for (int i = 1; i <= m - p - 1; ++i) {
             U[i + p] = AverageRun(params, i, p);
         }
+        ClampInterior(m_knots, p, front, back);
         return;
     }
 
@@ -348,6 +359,8 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree, bo
     for (int i = 1; i <= m - 2; ++i) {
         U[i + p] = params[idx(i)];
     }
+
+    ClampInterior(m_knots, p, front, back);
 }
 
 void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
@@ -393,6 +406,8 @@ void YdKnotVec::InterpolateFix(const std::vector<double>& params, int degree,
             U[i + p + 1] = AverageRun(params, i, p);
         }
     }
+
+    ClampInterior(m_knots, p, front, back);
 }
 
 void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnts, int degree) {
@@ -433,10 +448,12 @@ void YdKnotVec::ApproximateFix(const std::vector<double>& params, int numCtrlPnt
     }
 
     for (int i = 1; i <= n - p - 1; ++i) {
-        // Clamped into [0, 1]: the knot range is [0, 1] whatever the parameters' range, and
-        // parameters inside [0, 1] are never moved by this.
+        // Clamped into [previous knot, 1]: the knot range is [0, 1] whatever the parameters'
+        // range, and parameters inside [0, 1] are never moved by this. The lower bound is the
+        // previous knot because group means of repeated parameters (duplicate points) are
+        // rounded by different divisors and can come out an ulp below an earlier mean.
         const double knot = AverageRun(g, i, p);
-        U[i + p] = std::min(1.0, std::max(0.0, knot));
+        U[i + p] = std::min(1.0, std::max(U[i + p - 1], knot));
     }
 }
 

@@ -74,6 +74,9 @@ class YDNURBSLIB_EXPORT YdKnotVec {
     /// - closed: m + 2p knots, clamped ends as above, interior knots equal to params[1 .. m - 2]
     ///   (the parameters themselves, not averages), so a closed curve has m + p - 1 control
     ///   points.
+    /// Interior knots are clamped into [front, back]: ordered parameters never move, and
+    /// chord-length parameters that round a few ulps above the last one (tiny last chords)
+    /// still give a non-decreasing vector.
     /// Degenerate input: with no parameters or a degree below 1 (the averages would divide by
     /// zero) the vector is left empty. With fewer than p + 1 parameters the sizes above still
     /// hold, the first p + 1 slots hold front, the others back, and no interior knot is written;
@@ -83,7 +86,8 @@ class YDNURBSLIB_EXPORT YdKnotVec {
     /// constrained points (one or two of the ends: 0 and/or m - 1), k = its size. The result
     /// has m + k + p + 1 knots with p + 1 copies of front and of back; interior knots are
     /// averages of p consecutive parameters, placed for a derivative at both ends (k == 2), at
-    /// the end only (derivIndices[0] != 0) or at the start only.
+    /// the end only (derivIndices[0] != 0) or at the start only, clamped into [front, back]
+    /// as above.
     /// Degenerate input: an empty list gives the knots of InterpolateFix(params, degree,
     /// false); more than two indices are treated as one index (derivIndices[0] decides the
     /// end) and the slots that leaves unwritten hold back; no parameters or a degree below 1
@@ -95,8 +99,9 @@ class YDNURBSLIB_EXPORT YdKnotVec {
     /// ends (the range is always [0, 1], whatever the parameters' range). The parameters are
     /// split into n groups by a running position x (steps of m / n from -1, group end =
     /// truncation of x + 0.5); interior knot i + p is the average of the group means g[i ..
-    /// i + p - 1]. Interior knots are clamped into [0, 1], which never moves parameters that
-    /// lie in [0, 1] and keeps the vector non-decreasing for any that do not.
+    /// i + p - 1]. Interior knots are clamped into [previous knot, 1], which never moves
+    /// ordered parameters that lie in [0, 1] and keeps the vector non-decreasing for any that do
+    /// not, and for group means of repeated parameters that round an ulp below an earlier one.
     /// Degenerate input: m < n (the grouping assumes m >= n) still writes the clamped end
     /// knots, and group indices are clamped into the parameters; no parameters at all leave
     /// the interior knots at 0.0; n < 1 or a degree below 1 leaves the vector empty.
