@@ -129,6 +129,13 @@ YdBSplineCurve* SmallCase(const std::vector<YdPoint>& points, bool closed, bool&
     if (m < 2 || !yd_detail::AllFinitePoints(points)) {
         return nullptr;
     }
+    // Three or more points at one place have no shape to fit. Open fits of them are singular;
+    // a closed fit with its closing rows is not always, and would hand out a curve.
+    if (m >= 3 && std::all_of(points.begin(), points.end(), [&points](const YdPoint& p) {
+            return p[0] == points[0][0] && p[1] == points[0][1] && p[2] == points[0][2];
+        })) {
+        return nullptr;
+    }
     if (m == 2) {
         YdVector t = points[1] - points[0];
         t.Normalize();

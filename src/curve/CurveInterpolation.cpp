@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "../geometry/IndexCast.h"
+#include "../geometry/PointChecks.h"
 #include "../geometry/YdBorderedBandLU.h"
 #include "../nurbs/BasisKernel.h"
 #include "YdNurbsLib/curve/YdBSplineCurve.h"
@@ -63,6 +64,11 @@ bool SolveInto(YdBorderedBandLU& A, std::vector<YdPoint>& rhs, std::vector<YdPoi
         return false;
     }
     if (!A.GetSolutionAfterLUDecompose(pivots, rhs)) {
+        return false;
+    }
+    // A NaN passes every pivot test: a system of basis values divided by zero-length spans
+    // (coincident parameters) is singular, not solved.
+    if (!yd_detail::AllFinitePoints(rhs)) {
         return false;
     }
     ctrl.resize(rhs.size());
@@ -242,15 +248,17 @@ YdBSplineCurve* YdBSplineCurve::CreateByThreePointsAndEndTangents(const YdPoint&
                                                                   const YdVector& t2) {
     const double a = p0.DistanceToPoint(p1) / 3;
     const double b = p1.DistanceToPoint(p2) / 3;
-    if (a == 0 || b == 0) {
+    // p1 sits at its chord-length parameter, which becomes the one interior knot. When p1 is
+    // so close to an end that t rounds onto it, the solve for C2 below would divide by zero:
+    // p1 then counts as coinciding with that end.
+    const double t = a / (a + b);
+    if (a == 0 || b == 0 || t == 0.0 || t == 1.0) {
         return CreateByEndPointsAndTangents(p0, p2, t0, t2);
     }
     std::unique_ptr<YdBSplineCurve> curve(new YdBSplineCurve());
     curve->m_degree = 3;
     curve->m_closed = false;
 
-    // p1 sits at its chord-length parameter, which becomes the one interior knot.
-    const double t = a / (a + b);
     curve->m_knotVec.SetKnots({0.0, 0.0, 0.0, 0.0, t, 1.0, 1.0, 1.0, 1.0});
 
     const YdPoint c1 = p0 + t0 * (t / 3);

@@ -110,7 +110,9 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     /// Global interpolation through points by chord-length parameters, degree 3 (1 for two
     /// points, 2 for three). Closed: the curve joins its end to its start with equal position,
     /// first and second derivatives (m + p control points). Null for fewer than two points or a
-    /// singular system (for example coincident points).
+    /// singular system (for example coincident points). In all three interpolations a solution
+    /// that is not finite counts as singular: coincident parameters make zero-length spans, and
+    /// the NaN they give passes every pivot test.
     static YdBSplineCurve* CreateInterpolateCurve(const std::vector<YdPoint>& points, bool closed);
     /// Interpolation with first derivatives prescribed at the listed point indices (ascending,
     /// not checked). Each vector is the derivative with respect to the normalised parameter,
@@ -137,8 +139,9 @@ class YDNURBSLIB_EXPORT YdBSplineCurve {
     static YdBSplineCurve* CreateByEndPointsAndTangents(const YdPoint& p0, const YdPoint& p1,
                                                         const YdVector& t0, const YdVector& t1);
     /// A two-span cubic through p0, p1, p2 with end derivatives t0 and t2, passing through p1
-    /// at its chord-length parameter. When p1 coincides exactly with p0 or p2, falls back to
-    /// CreateByEndPointsAndTangents(p0, p2, t0, t2). Never null.
+    /// at its chord-length parameter. When p1 coincides exactly with p0 or p2, or so nearly
+    /// that its parameter rounds onto 0 or 1 (no room for the middle knot; the solve would
+    /// divide by zero), falls back to CreateByEndPointsAndTangents(p0, p2, t0, t2). Never null.
     static YdBSplineCurve* CreateByThreePointsAndEndTangents(const YdPoint& p0, const YdPoint& p1,
                                                              const YdPoint& p2, const YdVector& t0,
                                                              const YdVector& t2);
