@@ -8,16 +8,8 @@ set -euo pipefail
 here=$(pwd)
 repo=$(cd "$(dirname "$0")/../.." && pwd)
 
-need=()
-for pkg in cmake ninja-build g++ libgtest-dev libcli11-dev nlohmann-json3-dev; do
-  dpkg -s "$pkg" >/dev/null 2>&1 || need+=("$pkg")
-done
-if [ "${#need[@]}" -gt 0 ]; then
-  echo "installing: ${need[*]}"
-  if [ "$(id -u)" -eq 0 ]; then sudo=""; else sudo="sudo"; fi
-  $sudo apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq "${need[@]}"
-fi
+# The same install step as the test command, so the two work in either order.
+"$repo/scripts/install-deps.sh"
 
 cd "$repo"
 cmake --preset release >/dev/null
