@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Speed of the least-squares approximation with fairing on smooth open paths, and of the
 // chord-distance Newton step along a fitted curve.
 //

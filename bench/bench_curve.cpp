@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Speed of curve evaluation, basis functions and global interpolation.
 // Targets on the reference machine: Evaluate(u) median <= 50 ns, with two derivatives
 // <= 100 ns; interpolation of 1000 points <= 10 ms, of 10000 points <= 100 ms and 100 MB peak.

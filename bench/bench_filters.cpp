@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Speed of the path filters: rounding one corner and walking the arc, and the curvature
 // extremes search on a fitted tool path.
 

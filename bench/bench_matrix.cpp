@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Dense pivoted LU against the compact banded-and-bordered LU on the system of a closed cubic
 // interpolation (collocation band of 4, seam rows in a border of 4). The dense matrix is
 // timed at 500 unknowns only: at 10000 it would need 800 MB and hours.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Speed of the curve queries on a cubic with 100 control points: point inversion with and
 // without a start value, the two arc lengths and the curvature.
 

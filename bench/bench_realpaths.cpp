@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Real tool paths, fitted and walked the way a controller's host uses the library: each run is
 // cut into pieces of at most kPiece points, every piece is fitted at a distance of 0.01
 // (squared tolerance 1e-4) and then walked in steps of 0.5 length units. The paths live beside

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Cross-compiles for 64-bit Windows with the MinGW-w64 GCC that uses POSIX threads (Debian:
 # g++-mingw-w64-x86-64-posix). Programs run on the build machine through Wine, so test discovery
 # and `ctest` work as on Windows.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Turns a fuzzer's byte string into the numbers, points and choices a target needs, and checks

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The corner arc filter: any three points and tolerance are fitted (always true), then the arc
 // is stepped along forward or backward until its end.
 

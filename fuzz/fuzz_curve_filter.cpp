@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The curve fit filter: fitting (with and without densifying), the queries a controller asks
 // while walking the curve (points, directions, radii, lengths, the parameter a distance
 // ahead), the curvature extremes, and the static transition curves between lines and curves.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Point lists into every interpolation and approximation factory of the curve class. Whatever
 // comes back is checked: null where the contract says null, otherwise non-decreasing knots
 // and, from finite input, finite control points; the curve is then evaluated.

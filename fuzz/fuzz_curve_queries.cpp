@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // A curve from the input (interpolated, approximated, or given directly by knots and control
 // points, malformed ones included), then a sequence of queries and edits: evaluation, both
 // lengths, nearest point, arc-length stepping, curvature, Frenet frame, sampling, knot

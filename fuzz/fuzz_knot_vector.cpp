@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Knot vectors and basis functions: the knot placement rules on parameters from point lists,
 // span search, merging, normalising, the basis functions and the quadrature table.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The ydpath readers. The first byte picks the reader (even: G-code, odd: point file), the
 // rest is the file's text. Any text either reads into a well-formed program or fails with an
 // InputError naming the file and a line that exists; nothing else may escape.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Puts the line "SPDX-License-Identifier: MIT" at the top of every source file of the
 # repository: C++ ("// ..."), CMake and scripts ("# ...", after a "#!" line). Data files,
 # JSON, Markdown and pictures are left alone. Files that already carry the line are not

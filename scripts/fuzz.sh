@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Fuzzes every target under fuzz/ for SECONDS each (default 45), JOBS at a time (default 2),
 # after building them with the fuzz preset (clang, libFuzzer, AddressSanitizer and
 # UndefinedBehaviorSanitizer). New inputs go to build/fuzz/corpus/<target>, seeded from the

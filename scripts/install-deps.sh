@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # Installs the Debian packages this project needs that the machine lacks, with root or sudo.
 # Without arguments: what building, testing and the demo need. With --ci: also clang (its
 # warnings and the fuzz targets), clang-format and the fuzzing runtime. Does nothing when

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # The whole test suite from a fresh clone on a Debian machine: installs what is missing (with
 # root or sudo), then configures, builds and runs every test in Release, the installed-package
 # and add_subdirectory consumers included.

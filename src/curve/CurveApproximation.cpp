@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: the smallest control-point count that meets a tolerance, by bisection on the count;
 // each trial is judged by Newton point inversion of its fit points.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: curve points and derivatives as sums of control points weighted by the basis functions
 // and their derivatives (Piegl and Tiller, The NURBS Book, 2nd ed., algorithms A3.1 and A3.2).
 

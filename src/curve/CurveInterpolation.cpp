@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: global curve interpolation by a collocation system with chord-length parameters and
 // averaged knots, with first-derivative constraints (Piegl and Tiller, The NURBS Book, 2nd ed.,
 // section 9.2); single cubic segments from end points and end tangents in Bezier form.

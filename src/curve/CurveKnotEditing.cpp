@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: knot insertion by Boehm's algorithm (Piegl and Tiller, The NURBS Book, 2nd ed.,
 // algorithm A5.1); knot removal within a distance tolerance (ibid., algorithm A5.8); splitting and
 // sub-curves by inserting knots up to full multiplicity.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: least-squares curve approximation with interpolated points and derivatives as
 // Lagrange-multiplier constraints (Piegl and Tiller, The NURBS Book, 2nd ed., section 9.4), with a
 // fairing term: the bending energy, the integral of |C''|^2, integrated span by span by

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: offset curves by transporting the offset vector with the rotation that turns each unit
 // tangent into the next (a discrete rotation-minimising frame, after Bishop, "There is more than
 // one way to frame a curve", 1975) and fitting the offset points; the seam of a closed curve moved

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: arc length by Gauss-Legendre quadrature over the knot spans and by Romberg
 // extrapolation of chord-length sums; point inversion by Newton's method (Piegl and Tiller, The
 // NURBS Book, 2nd ed., section 6.1); the point at an arc length by bisection; the curvature

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: Newton's method on f(u) = |C(u) - C(u0)|^2 - d^2, each step clamped into the search
 // range.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: the parameter a chord distance ahead by Newton's method on the squared distance,
 // started from a first-order Taylor step; densifying by cutting long gaps into equal pieces.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: extremes of curvature bracketed knot span by knot span, then narrowed by interval
 // reduction (the midpoint compared with two inner points, a dichotomous search).
 //

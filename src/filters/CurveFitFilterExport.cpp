@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Curve export: a sampled polyline of a curve written to a plain text file, one "x y z" line
 // per point.
 //

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: transition curves as cubic Hermite segments in Bezier form (end points and end
 // derivatives; Farin, Curves and Surfaces for CAGD), and constrained approximation or interpolation
 // through given points.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: corner rounding by the circle tangent to both legs whose midpoint lies the tolerance e
 // from the corner (radius e s / (1 - s) with s = sin(theta / 2)), stepped along by arc length in
 // the arc's local frame.

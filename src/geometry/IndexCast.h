@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Internal (not installed): the one conversion from the library's int indices and counts to

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: Crout's method with implicit row scaling and partial pivoting (Press et al., Numerical
 // Recipes, section 2.3), performed on a band-plus-border store.
 

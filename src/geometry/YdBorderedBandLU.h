@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Internal (not installed): a compact store for the square systems of curve interpolation

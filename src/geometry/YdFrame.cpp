@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: the frame of a point cloud by principal component analysis (the Jacobi
 // eigen-decomposition of its covariance matrix); the rigid motion that carries one frame onto
 // another.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: orthogonal projection onto a line; the closest point of two lines; a line fit through
 // the centroid along the sign-aligned mean of the centred points.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: segment intersection by the closest points of the two carrier lines and by
 // cross-product side tests; projection onto a segment, clamped to its ends.
 

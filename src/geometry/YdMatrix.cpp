@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: LU factorisation without pivoting (Doolittle) and Crout's method with implicit row
 // scaling and partial pivoting (Press et al., Numerical Recipes, section 2.3); the classical Jacobi
 // eigenvalue method, which rotates away the largest off-diagonal element (Golub and Van Loan,

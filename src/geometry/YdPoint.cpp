@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "YdNurbsLib/geometry/YdPoint.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "YdNurbsLib/geometry/YdSegment.h"
 
 #include "YdNurbsLib/geometry/YdTolerances.h"

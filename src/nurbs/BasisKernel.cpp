@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: the Cox-de Boor recurrence for basis functions and their derivatives (Piegl and
 // Tiller, The NURBS Book, 2nd ed., algorithm A2.3), instantiated for the common degrees.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Reference: the non-zero B-spline basis functions and their derivatives by the Cox-de Boor

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: curve compatibility by knot refinement: the union of the knot vectors, inserted knot
 // by knot with Boehm's algorithm (Piegl and Tiller, The NURBS Book, 2nd ed., chapter 5).
 //

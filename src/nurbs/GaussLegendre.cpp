@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: Gauss-Legendre quadrature on [-1, 1]: the abscissae and weights of the 2- to 11-point
 // rules to 12 significant digits (Abramowitz and Stegun, Handbook of Mathematical Functions, table
 // 25.4).

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: knot span search by bisection (Piegl and Tiller, The NURBS Book, 2nd ed., algorithm
 // A2.1); knots by averaging of parameters for global interpolation and by grouped averaging for
 // least-squares approximation (ibid., chapter 9); merging of knot vectors as for knot refinement

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reference: chord-length parameterisation of points (Piegl and Tiller, The NURBS Book, 2nd ed.,
 // chapter 9); the basis functions through the Cox-de Boor kernel.
 

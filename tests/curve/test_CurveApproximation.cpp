@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Least-squares approximation with fairing: the factories, the single fits, the basis and
 // energy matrices, and the compact assembly checked against the plain dense one.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The dense-sampling references of tests/support against answers known in closed form: the
 // other tests trust them as their independent truth, so they are checked on their own here.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Evaluation sits on the hot paths of point inversion, curvature and the path filters; this
 // program replaces the global allocation functions with counting ones and checks that
 // repeated evaluations allocate nothing.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The curve fit filter: its fields and copying, fitting with and without densifying, and the
 // queries along the fitted curve (points, directions, radii, lengths, the parameter a given
 // distance ahead). This program counts heap allocations to check that the queries a

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Tests that use the library the way other projects do:
 #   install.check         installs this build tree into a prefix inside it and checks the files;
 #   install.package       builds and runs a find_package consumer against that prefix;

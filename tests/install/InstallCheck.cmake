@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Installs a build tree into a fresh prefix and checks that the library, its headers, the
 # CMake package, the pkg-config file and (when it was built) the ydpath tool are there.
 # usage: cmake -DBUILD_DIR=<build tree> -DPREFIX=<prefix> -DCONFIG=<config> [-DTOOL=ON]

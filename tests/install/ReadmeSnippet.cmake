@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Fails unless the README shows tests/install/usage.cpp, byte for byte apart from its license
 # line, as a C++ block: the example users copy is the one the consumer tests build.
 # usage: cmake -DREADME=<README.md> -DSOURCE=<usage.cpp> -P ReadmeSnippet.cmake

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # What the README's usage example prints: the fitted quarter circle of radius 10 has the
 # length 5 pi = 15.708 and passes (7.071, 7.071, 0) at its middle, to within the fit's 0.01.
 set(YDNURBS_USAGE_OUTPUT

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Builds against the installed headers and library only, and checks a few results.
 #include <YdNurbsLib/YdNurbsLib.h>
 

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Compiles and links the README's usage example with the flags that
 # `pkg-config --cflags --libs YdNurbsLib` gives for an install prefix, runs it and checks
 # what it prints.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include <YdNurbsLib/YdNurbsLib.h>
 
 #include <cmath>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Inputs the fuzz targets found that broke a documented result of the knot placement rules.
 
 #include <gtest/gtest.h>

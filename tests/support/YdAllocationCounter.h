@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Replaces the global allocation functions of a test program with counting ones, so that a

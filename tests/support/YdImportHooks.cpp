@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Import redirection for the allocation counter on Windows; nothing elsewhere (an ELF
 // program's operator new already serves its shared libraries).
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Redirection of a loaded Windows module's imports of the C runtime's allocation functions, so

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // A dense brute-force check of how far a smoothed path lies from its input, both ways round,

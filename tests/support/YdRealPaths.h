@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The real tool paths kept beside the project (../shared/realpaths, absent in a user's clone):

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The test programs' access to private members: one struct per class that names such a struct

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Curves, paths and measures that several test programs and benchmarks share: clamped curves

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Shared helpers of the test programs: point comparison with a location in the message, and

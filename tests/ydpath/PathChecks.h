@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Independent checks of a smoothed path: its deviation from the input by the dense oracle of

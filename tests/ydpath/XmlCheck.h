@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // A small XML 1.0 well-formedness checker for the tool's SVG output: one root element, tags

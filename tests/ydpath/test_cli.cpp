@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The ydpath program as a user runs it: exit codes, messages, and all-or-nothing output.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The deviation measure and its box tree: exact cases, agreement with the dense oracle, and a
 // path measured against itself.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The whole tool on the bundled sample: the smoothed path against its input, and every file
 // written against the curves it describes.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // Reading G-code programs and point files.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The smoothing of every real tool path kept beside the project (skipped when they are absent):
 // within the tolerance both ways round as the dense oracle measures it, continuous, sharp only
 // at reversals, and never turning much more than the input.

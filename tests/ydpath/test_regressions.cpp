@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // One test per defect found in the smoother: a sparse wave whose fit bulged between its points,
 // an out-and-back pass measured against the wrong half, a fitted curve that looped, huge
 // numbers in the input, and a walk step too small for the path.

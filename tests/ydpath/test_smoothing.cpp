@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // The smoothing pipeline on hand-made paths whose shape is known.
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: MIT
+
 # Turns the sample program into a C++ source, so that the tool carries it wherever it goes.
 # Run with -DINPUT=<sample.ngc> -DOUTPUT=<file.cpp>.
 file(READ "${INPUT}" hex HEX)

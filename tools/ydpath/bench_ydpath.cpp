@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // How long ydpath takes to smooth tool paths: a long synthetic contour, the bundled sample, and
 // the whole set of real tool paths beside the project (../shared/realpaths, 117 files) with the
 // bundled sample, in one process. Run: build/release/tools/ydpath/bench_ydpath

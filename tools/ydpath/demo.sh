@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # ydpath demo, from a fresh clone on a Debian machine: installs what is missing, builds the
 # ydpath tool (Release) and runs it on the bundled sample. Prints the summary and leaves
 # ydpath-out/plot.svg (plus report.json, walk.txt and the sampled curves) in the current

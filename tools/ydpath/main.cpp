@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 // ydpath: smooths a tool path (G-code or a point file) with YdNurbsLib and shows what it did.
 
 #include <cstdio>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The fixed tolerances of the geometric primitives. They are constants, not settings: hosts

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
 """Writes sample.ngc, the milling program that ydpath runs on when it is given no input.
 
 A name plate as a CAM system would cut it with a 3 mm end mill, in millimetres:

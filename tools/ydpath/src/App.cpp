@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "App.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // One whole run of the tool, as the command line starts it: read, smooth, walk, write.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The one deviation measure of the tool: how far the smoothed path lies from its input, both

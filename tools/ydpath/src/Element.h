@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // One piece of the smoothed path: a line, a rounded corner, a fitted curve, a transition curve

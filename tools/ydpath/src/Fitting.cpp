@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Fitting.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The second stage of smoothing: fits every curve run with cubics that stay within the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Geometry.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Small geometric helpers of the tool: conversions, distances to segments and polylines,

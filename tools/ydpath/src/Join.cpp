@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Join.h"
 
 namespace ydpath {

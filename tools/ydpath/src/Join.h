@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // What happened at a vertex where two elements of the smoothed path meet.

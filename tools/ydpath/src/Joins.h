@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The third stage of smoothing: makes a join at every vertex where two elements meet with a

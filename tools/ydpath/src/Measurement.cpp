@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Measurement.h"
 
 #include <algorithm>

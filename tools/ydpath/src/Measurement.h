@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The last stage of smoothing: what a controller needs to know of each element. Its length, its

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // All-or-nothing output: every file is first written under a staging folder inside the output

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Everything a run writes into the output folder, one row per output. A new output is one

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "PathReader.h"
 
 #include <algorithm>

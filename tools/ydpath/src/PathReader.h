@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Reading tool paths: G-code programs and plain "x y z" point files.

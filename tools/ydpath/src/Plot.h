@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // plot.svg: the input polyline and points, the smoothed path coloured by element kind (one

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Inline arithmetic on plain coordinate triples, for the inner loops of the measure: the

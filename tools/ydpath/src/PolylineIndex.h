@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // A box tree over the segments of a polyline: the segment nearest to a point among a range of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // What a run produced, as report.json, as the summary table, and as the sampled export of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Segmentation.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The first stage of smoothing: cuts a polyline into runs. Runs of short segments that turn

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // A piece of path as the deviation measure sees it: a straight segment, a circular arc, or a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "SmoothResult.h"
 
 namespace ydpath {

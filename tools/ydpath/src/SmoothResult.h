@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // A whole program after smoothing: one smoothed path per piece, in program order.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // One piece of a program after smoothing: its input polyline (or programmed arc), the elements

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Smoother.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // The smoothing pipeline: what a controller's host program does with a tool path, stage by

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // How far a piece of smoothed path lies from its input, both ways round (see Deviation.h for

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #include "Walk.h"
 
 #include <algorithm>

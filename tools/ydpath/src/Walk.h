@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // Stepping along the smoothed path the way a controller interpolates it: a fixed distance per

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: MIT
+
 #pragma once
 
 // An element while the pipeline builds it: the output element and what the later stages need
